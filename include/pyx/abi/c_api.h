@@ -1,0 +1,154 @@
+/* The flat C interface of PyxCore: values for clients built with any compiler or language.
+ *
+ * A handle is a counted reference to a data object that belongs to the library. What is an element, a code, an
+ * ordering or a mode is the same as in C++. Lengths count elements, never bytes. All functions may be called from any
+ * thread; one record and one handle belong to one thread at a time, while several handles of the same object may be
+ * used on several threads as long as nobody writes to it.
+ *
+ * Every function but ZVariantData_C_API_constructNull takes a record first, resets it, and never lets an exception
+ * out. After a failure the record tells what happened and the result is neutral (null, 0 or false) and means nothing.
+ * Errors of all functions: "bad_alloc" when memory is exhausted, and those named with the function. */
+#ifndef PYX_ABI_C_API_H
+#define PYX_ABI_C_API_H
+
+#include <pyx/types/export.h>
+
+#ifdef __cplusplus
+#include <cstdint>
+
+namespace Quorvane::Pyx::Internal {
+class IVariantData;
+}
+/* What a handle points at; opaque to clients. */
+typedef Quorvane::Pyx::Internal::IVariantData PyxVariantData;
+
+extern "C" {
+#define PYXCORE_NOEXCEPT noexcept
+#else
+#include <stdbool.h>
+#include <stdint.h>
+
+typedef struct PyxVariantData PyxVariantData;
+
+/* The codes of the element types; PyxType_unknown is the code of a null value. */
+enum {
+    PyxType_unknown = 0x0000,
+    PyxType_customType = 0x0020,
+#define PYXCORE_ELEMENT_TYPE(name, enumerator, code, family, type, portableName) PyxType_##name = code,
+#include <pyx/types/element_types.def>
+};
+
+/* Row-major: the last dimension varies fastest. Column-major: the first one does. */
+enum { PyxOrdering_rowMajor = 0, PyxOrdering_columnMajor = 1 };
+
+/* Exact refuses whatever would change a value; Cast converts numbers as a C cast does; CastOrText also goes from real
+ * numbers and booleans to text and back. */
+enum { PyxConversion_exact = 0, PyxConversion_cast = 1, PyxConversion_castOrText = 2 };
+
+#define PYXCORE_NOEXCEPT
+#endif
+
+/* What failed, if anything did: owned by the caller, plain memory, nothing in it to free. */
+typedef struct AbiErrorRecord {
+    /* Null when nothing failed; else one of "bad_alloc", "out_of_range", "invalid_argument", "length_error",
+     * "runtime_error" and "exception", in static storage of the library. */
+    const char* kind;
+    /* What the failure said, cut after 199 characters and zero-terminated; meaningful only with a kind. */
+    char message[200];
+} AbiErrorRecord;
+
+/* The lengths of an array's dimensions, dimension 0 first, borrowed. */
+typedef struct PyxDimensions {
+    const uint64_t* lengths;
+    uint64_t count;
+} PyxDimensions;
+
+/* The null value, a static object: destruct does nothing to it. Cannot fail. */
+PYXCORE_API PyxVariantData* ZVariantData_C_API_constructNull(void) PYXCORE_NOEXCEPT;
+
+/* A new scalar of the element type, a copy of the element at `value`, which stays the caller's. A new reference.
+ * "runtime_error": "unknown type", "not a numeric type". */
+PYXCORE_API PyxVariantData* ZVariantData_C_API_constructScalar(AbiErrorRecord* record, const void* value,
+                                                               uint16_t type) PYXCORE_NOEXCEPT;
+
+/* One more reference on `data`: returns the same handle, and each of the two must be given up by destruct. */
+PYXCORE_API PyxVariantData* ZVariantData_C_API_copy(AbiErrorRecord* record, PyxVariantData* data) PYXCORE_NOEXCEPT;
+
+/* Gives up a reference; the last one frees the object. Null is accepted here, and only here. */
+PYXCORE_API void ZVariantData_C_API_destruct(AbiErrorRecord* record, PyxVariantData* data) PYXCORE_NOEXCEPT;
+
+/* The code of the element type; 0 for a null value. */
+PYXCORE_API uint16_t ZVariantData_C_API_wellKnownDataType(AbiErrorRecord* record,
+                                                          const PyxVariantData* data) PYXCORE_NOEXCEPT;
+
+PYXCORE_API bool ZVariantData_C_API_isScalarStorage(AbiErrorRecord* record,
+                                                    const PyxVariantData* data) PYXCORE_NOEXCEPT;
+
+/* The number of elements in the storage; never fewer than a reader may see, but for arrays whose shape was grown into
+ * the spare room of an adopted vector. */
+PYXCORE_API uint64_t ZVariantData_C_API_numberAllocatedElements(AbiErrorRecord* record,
+                                                                const PyxVariantData* data) PYXCORE_NOEXCEPT;
+
+/* The shape: {1} for a scalar, no lengths for a null value. Points into the object; good until it is reshaped or
+ * freed. A reader sees as many elements as the product of the lengths, and none without lengths. */
+PYXCORE_API PyxDimensions ZVariantData_C_API_dimensions(AbiErrorRecord* record,
+                                                        const PyxVariantData* data) PYXCORE_NOEXCEPT;
+
+PYXCORE_API uint32_t ZVariantData_C_API_dataOrdering(AbiErrorRecord* record,
+                                                     const PyxVariantData* data) PYXCORE_NOEXCEPT;
+
+/* The first element, in the native form of the element type; texts are std::string objects of the library's build.
+ * Valid while the object lives and is not written. Null for a null value. */
+PYXCORE_API const void* ZVariantData_C_API_constStoredData(AbiErrorRecord* record,
+                                                           const PyxVariantData* data) PYXCORE_NOEXCEPT;
+
+/* Makes the object the caller's alone and writes the address of its first element to *stored. Consumes the reference
+ * on `data` if it succeeds: go on with the result, which may be another handle, and do not use `data` again. */
+PYXCORE_API PyxVariantData* ZVariantData_C_API_mutableStoredData(AbiErrorRecord* record, PyxVariantData* data,
+                                                                 void** stored) PYXCORE_NOEXCEPT;
+
+/* A new array with a copy of the `length` elements at `data`, in storage order. Without dimensions it has one, as
+ * long as the data. A new reference. "length_error": "dimensions do not match data length". "runtime_error": "unknown
+ * type", "not a numeric type". */
+PYXCORE_API PyxVariantData* ZVariantData_C_API_constructArray(AbiErrorRecord* record, const void* data, uint16_t type,
+                                                              uint64_t length, PyxDimensions dimensions,
+                                                              uint32_t ordering) PYXCORE_NOEXCEPT;
+
+/* A new array of the shape, to be filled through mutableStoredData: real numbers and booleans are uninitialised,
+ * complex numbers, durations and time points zero, texts empty. Without dimensions it is an empty array. A new
+ * reference. "runtime_error": "unknown type", "not a numeric type". */
+PYXCORE_API PyxVariantData* ZVariantData_C_API_createWithAllocatedArray(AbiErrorRecord* record, uint16_t type,
+                                                                        PyxDimensions dimensions,
+                                                                        uint32_t ordering) PYXCORE_NOEXCEPT;
+
+/* The same shape in another element type. A new reference, also where it is the same handle because the type already
+ * is `target`; the mode is not looked at then. The reference on `data` stays. A null handle with a clean record means
+ * that the conversion was refused. "runtime_error": "unknown type", "not a numeric type". */
+PYXCORE_API PyxVariantData* ZVariantData_C_API_convertDataTo(AbiErrorRecord* record, PyxVariantData* data,
+                                                             uint16_t target, uint32_t mode) PYXCORE_NOEXCEPT;
+
+/* The same values stored in the given ordering. Consumes the reference on `data` if it succeeds, unlike
+ * convertDataTo; the result is a reference of its own, and the same handle where the ordering is the present one. */
+PYXCORE_API PyxVariantData* ZVariantData_C_API_reorderData(AbiErrorRecord* record, PyxVariantData* data,
+                                                           uint32_t ordering) PYXCORE_NOEXCEPT;
+
+/* Changes the shape in place; no element moves. "runtime_error" when the array is shared, "length_error" when the
+ * shape does not fit, "invalid_argument" for scalars and null. */
+PYXCORE_API void ZVariantData_C_API_reshapeNoRealloc(AbiErrorRecord* record, PyxVariantData* data,
+                                                     PyxDimensions dimensions) PYXCORE_NOEXCEPT;
+
+/* A new array of the element type of `data`, of the given shape and ordering, filled with the first elements of
+ * `source` in storage order; elements without a source are default. `source` must hold elements of the same type
+ * ("invalid_argument" otherwise). Consumes the reference on `source`, which may be null, if it succeeds; the one on
+ * `data` stays. Null when `data` is a null value. */
+PYXCORE_API PyxVariantData* ZVariantData_C_API_reshapeToZVariant(AbiErrorRecord* record, PyxVariantData* data,
+                                                                 PyxVariantData* source, PyxDimensions dimensions,
+                                                                 uint32_t ordering) PYXCORE_NOEXCEPT;
+
+#ifdef __cplusplus
+} /* extern "C" */
+static_assert(sizeof(AbiErrorRecord) == 208);
+static_assert(sizeof(PyxDimensions) == 16);
+#endif
+
+#endif

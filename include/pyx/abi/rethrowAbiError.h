@@ -1,0 +1,61 @@
+// Turns the failure that a flat C function recorded back into an exception, in the caller's own code.
+#pragma once
+
+#include <pyx/abi/c_api.h>
+
+#include <new>
+#include <stdexcept>
+#include <string_view>
+#include <type_traits>
+
+namespace Quorvane::Pyx {
+
+using ::AbiErrorRecord;
+
+namespace Internal {
+
+// Returns when the record is clean; otherwise throws the class that its kind names, with its message. Two things are
+// lost on the way: the text of std::bad_alloc, and any class beside the five named ones, which comes back as
+// std::runtime_error since a plain std::exception carries no text. Kinds are compared by their characters, because the
+// pointer comes from another module.
+inline void rethrowAbiError(const AbiErrorRecord& record) {
+    if (record.kind == nullptr) {
+        return;
+    }
+    const std::string_view kind(record.kind);
+    if (kind == "bad_alloc") {
+        throw std::bad_alloc();
+    }
+    if (kind == "out_of_range") {
+        throw std::out_of_range(record.message);
+    }
+    if (kind == "invalid_argument") {
+        throw std::invalid_argument(record.message);
+    }
+    if (kind == "length_error") {
+        throw std::length_error(record.message);
+    }
+    if (kind == "runtime_error" || kind == "exception") {
+        throw std::runtime_error(record.message);
+    }
+    throw std::runtime_error("Unrecognized exception type");
+}
+
+// The pattern of every flat call: makes a record, hands its address to `call`, rethrows what it holds afterwards and
+// otherwise returns the result of `call`.
+template <class Call>
+auto callFlat(Call&& call) {
+    AbiErrorRecord record;
+    record.kind = nullptr;
+    if constexpr (std::is_void_v<decltype(call(&record))>) {
+        call(&record);
+        rethrowAbiError(record);
+    } else {
+        const auto result = call(&record);
+        rethrowAbiError(record);
+        return result;
+    }
+}
+
+}  // namespace Internal
+}  // namespace Quorvane::Pyx

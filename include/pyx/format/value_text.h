@@ -1,0 +1,80 @@
+// The one text of a value, for both storage policies and for streams of any standard library.
+#pragma once
+
+#include <pyx/types/standard_library.h>
+#include <pyx/variant/ZVariantGeneric.h>
+
+#include <algorithm>
+#include <complex>
+#include <cstdint>
+#include <ios>
+#include <ostream>
+#include <stdexcept>
+#include <string>
+
+namespace Quorvane::Pyx::Internal {
+
+// Calls writeElement for each element of `value`, which stores Element, and writes ", " between them.
+template <class Element, class Storage, class WriteElement>
+void writeElements(const ZVariantGeneric<Storage>& value, std::ostream& out, WriteElement writeElement) {
+    const Element* const elements = value.template data<Element>();
+    const std::uint64_t count = std::min(value.elementCount(), value.numberAllocatedElements());
+    for (std::uint64_t i = 0; i < count; ++i) {
+        if (i != 0) {
+            out << ", ";
+        }
+        writeElement(elements[i]);
+    }
+}
+
+template <class Storage>
+void writeTexts([[maybe_unused]] const ZVariantGeneric<Storage>& value, [[maybe_unused]] std::ostream& out) {
+    if constexpr (sharesStandardLibrary) {
+        writeElements<std::string>(value, out, [&](const std::string& text) { out << '\'' << text << '\''; });
+    } else {
+        throw std::runtime_error(
+            "Cannot read texts of PyxCore in a module that is built with another standard library.");
+    }
+}
+
+// Writes a null as "null", a value without elements as "[]", a single element as itself and everything else in one
+// pair of brackets, whatever the rank, in storage order. Numbers go through the stream with its settings, integers at
+// their full width. Raises std::runtime_error "Cannot convert ..." for durations and time points and "unknown type" for
+// custom elements, which have no text; a bracket is in the stream by then.
+template <class Storage>
+void writeValueText(const ZVariantGeneric<Storage>& value, std::ostream& out) {
+    const ArrayDimensionsView dimensions = value.dimensions();
+    if (dimensions.elementCount() == 0) {
+        out << (value.isNull() ? "null" : "[]");
+        return;
+    }
+    const bool bracketed =
+        !std::all_of(dimensions.begin(), dimensions.end(), [](std::uint64_t length) { return length == 1; });
+    if (bracketed) {
+        out << '[';
+    }
+    const auto insert = [&](const auto& element) { out << element; };
+    const WellKnownType type = value.wellKnownDataType();
+    if (type == WellKnownType::string) {
+        writeTexts(value, out);
+    } else if (type == WellKnownType::bool_) {
+        // Deliberately left set afterwards: later output of the caller relies on it.
+        out << std::boolalpha;
+        // Any byte but 0 is true.
+        writeElements<bool>(
+            value, out, [&](const bool& element) { out << (reinterpret_cast<const unsigned char&>(element) != 0); });
+    } else if (type == WellKnownType::double_ || type == WellKnownType::float_) {
+        writeElements<double>(value.convertOrThrow(WellKnownType::double_), out, insert);
+    } else if (type.isComplex()) {
+        writeElements<std::complex<double>>(value.convertOrThrow(WellKnownType::complexDouble), out, insert);
+    } else if (type.isUnsigned()) {
+        writeElements<unsigned long long>(value.convertOrThrow(WellKnownType::unsignedInt64), out, insert);
+    } else {
+        writeElements<long long>(value.convertOrThrow(WellKnownType::int64), out, insert);
+    }
+    if (bracketed) {
+        out << ']';
+    }
+}
+
+}  // namespace Quorvane::Pyx::Internal

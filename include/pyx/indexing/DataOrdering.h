@@ -1,0 +1,14 @@
+// The two ways in which the elements of an array follow each other in storage.
+#pragma once
+
+#include <cstdint>
+
+namespace Quorvane::Pyx {
+
+// 32 bits wide, the form in which it crosses every interface.
+enum class DataOrdering : std::uint32_t {
+    RowMajor = 0,     // the last dimension varies fastest
+    ColumnMajor = 1,  // the first dimension varies fastest
+};
+
+}  // namespace Quorvane::Pyx

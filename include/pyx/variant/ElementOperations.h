@@ -1,0 +1,48 @@
+// What the data classes need to know about their element type.
+#pragma once
+
+#include <pyx/types/element_types.h>
+#include <pyx/variant/IVariantData.h>
+
+#include <algorithm>
+#include <cstdint>
+#include <cstring>
+#include <type_traits>
+
+namespace Quorvane::Pyx::Internal {
+
+// The one place in which element types differ for the data classes. For the twenty-five the functions are compiled
+// once, inside the library; a class that is to be a custom element brings a specialisation of its own, with the type
+// customType.
+template <class T>
+struct ElementOperations {
+    static_assert(
+        isWellKnownElement<T>,
+        "This type is no element type: convert to one of them, or specialise ElementOperations for the class.");
+
+    static constexpr WellKnownType type = ElementTraits<T>::code;
+
+    static CustomTypeOperations* customTypeOperations() { return nullptr; }
+
+    // The bodies of IVariantData::convertDataTo, for one value and for an array that stores T.
+    static IVariantData* convertScalar(const T& value, WellKnownType target, ConversionMode mode);
+    static IVariantData* convertArray(const IVariantData& source, WellKnownType target, ConversionMode mode);
+
+    // The body of IVariantData::reorderData for an array that stores T in another ordering than the wanted one.
+    static IVariantData* reorder(const IVariantData& source, DataOrdering wanted);
+
+    // The body of IVariantData::reshapeToZVariant.
+    static IVariantData* rebuild(const IVariantData* source, ArrayDimensionsView wanted, DataOrdering ordering);
+};
+
+// The bytes of a bool may hold more than 0 and 1 when they come from outside, so plain elements are copied as bytes.
+template <class T>
+void copyElements(T* target, const T* source, std::uint64_t count) {
+    if constexpr (!std::is_trivially_copyable_v<T>) {
+        std::copy_n(source, count, target);
+    } else if (count != 0) {
+        std::memcpy(static_cast<void*>(target), source, count * sizeof(T));
+    }
+}
+
+}  // namespace Quorvane::Pyx::Internal

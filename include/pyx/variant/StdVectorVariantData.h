@@ -1,0 +1,96 @@
+// An array that adopts a client's std::vector, so that large data are taken over without a copy.
+#pragma once
+
+#include <pyx/variant/ElementOperations.h>
+#include <pyx/variant/IVariantDataRefCounted.h>
+
+#include <algorithm>
+#include <cstdint>
+#include <stdexcept>
+#include <type_traits>
+#include <typeinfo>
+#include <utility>
+#include <vector>
+
+namespace Quorvane::Pyx::Internal {
+
+// The shape may outgrow the elements, into the spare capacity of the vector: readers must look at
+// numberAllocatedElements too.
+template <class T>
+class StdVectorVariantData final : public IVariantDataRefCounted {
+    static_assert(!std::is_same_v<T, bool>, "std::vector<bool> has no bool elements in memory: copy them instead.");
+
+public:
+    // Adopts the vector. Its size decides the shape when the dimensions are empty or hold a 0; otherwise it must be
+    // their product, or std::length_error "dimensions do not match data length" is raised.
+    StdVectorVariantData(std::vector<T>&& elements, ArrayDimensionsView dimensions, DataOrdering ordering)
+        : elements_(std::move(elements)), dimensions_(dimensions.begin(), dimensions.end()), ordering_(ordering) {
+        const std::uint64_t count = dimensions.elementCount();
+        if (count != 0) {
+            if (count != elements_.size()) {
+                throw std::length_error("dimensions do not match data length");
+            }
+        } else if (!elements_.empty()) {
+            dimensions_.assign(1, elements_.size());
+        }
+    }
+
+    std::uint64_t numberAllocatedElements() const override { return elements_.size(); }
+    ArrayDimensionsView dimensions() const override { return dimensions_; }
+    bool isScalarStorage() const override { return false; }
+    DataOrdering dataOrdering() const override { return ordering_; }
+    WellKnownType wellKnownDataType() const override { return ElementOperations<T>::type; }
+    const std::type_info* storedTypeInfo() const override { return &typeid(T); }
+    CustomTypeOperations* customTypeOperations() const override { return ElementOperations<T>::customTypeOperations(); }
+
+    IVariantData* reorderData(DataOrdering wanted) override {
+        if (wanted == ordering_) {
+            copy();
+            return this;
+        }
+        return ElementOperations<T>::reorder(*this, wanted);
+    }
+
+    void reshapeNoRealloc(ArrayDimensionsView wanted) override {
+        if (wanted == dimensions()) {
+            return;
+        }
+        requireOneReference();
+        // Deliberately the capacity and not the size: a client may adopt a vector with spare room and fill it later.
+        if (wanted.elementCount() > elements_.capacity()) {
+            throwDoesNotFit();
+        }
+        dimensions_ = wanted.toVector();
+    }
+
+    IVariantData* reshapeToZVariant(const IVariantData* source, ArrayDimensionsView wanted,
+                                    DataOrdering ordering) override {
+        return ElementOperations<T>::rebuild(source, wanted, ordering);
+    }
+
+    const void* constStoredData() const override { return elements_.data(); }
+    void* mutableStoredData() override { return elements_.data(); }
+
+    IVariantData* convertDataTo(WellKnownType target, ConversionMode mode) override {
+        return ElementOperations<T>::convertArray(*this, target, mode);
+    }
+
+    IVariantData* duplicate() const override { return new StdVectorVariantData(*this); }
+
+private:
+    StdVectorVariantData(const StdVectorVariantData& other)
+        : dimensions_(other.dimensions_), ordering_(other.ordering_) {
+        // The copy keeps the room that the shape counts on.
+        elements_.reserve(std::max<std::uint64_t>(other.elements_.size(), other.dimensions().elementCount()));
+        elements_.assign(other.elements_.begin(), other.elements_.end());
+    }
+
+    std::vector<T> elements_;
+    std::vector<std::uint64_t> dimensions_;
+    const DataOrdering ordering_;
+};
+
+#define PYXCORE_ADOPTABLE_TYPE(type) extern template class StdVectorVariantData<type>;
+#include <pyx/types/adoptable_types.def>
+
+}  // namespace Quorvane::Pyx::Internal

@@ -1,0 +1,148 @@
+// An array whose object and elements are one allocation: what every operation of the library makes.
+#pragma once
+
+#include <pyx/variant/ElementOperations.h>
+#include <pyx/variant/IVariantDataRefCounted.h>
+#include <pyx/variant/OwnedData.h>
+
+#include <algorithm>
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+#include <limits>
+#include <memory>
+#include <new>
+#include <type_traits>
+#include <typeinfo>
+#include <vector>
+
+namespace Quorvane::Pyx::Internal {
+
+// The elements stand directly behind the object, at sizeof(VectorVariantData<T>). Their number is fixed for life; the
+// shape may become smaller, and what it then hides is kept.
+template <class T>
+class VectorVariantData final : public IVariantDataRefCounted {
+public:
+    using Owned = OwnedData<VectorVariantData>;
+
+    // An array of the shape. Real numbers and booleans are left uninitialised, so that a large array is not touched
+    // before it is written; every other element is default-constructed.
+    static Owned make(ArrayDimensionsView dimensions, DataOrdering ordering) {
+        return allocate(dimensions.elementCount(), dimensions, ordering, [](T* elements, std::uint64_t count) {
+            if constexpr (!std::is_arithmetic_v<T>) {
+                std::uninitialized_value_construct_n(elements, count);
+            }
+        });
+    }
+
+    // As make, with all elements that are plain memory uninitialised: for who writes every one of them.
+    static Owned makeForOverwrite(ArrayDimensionsView dimensions, DataOrdering ordering) {
+        if constexpr (std::is_trivially_copyable_v<T>) {
+            return allocate(dimensions.elementCount(), dimensions, ordering, [](T*, std::uint64_t) {});
+        } else {
+            return make(dimensions, ordering);
+        }
+    }
+
+    // An array with copies of `count` elements, which may be more than the shape shows.
+    static Owned makeCopy(const T* source, std::uint64_t count, ArrayDimensionsView dimensions, DataOrdering ordering) {
+        return allocate(count, dimensions, ordering, [source](T* elements, std::uint64_t elementCount) {
+            if constexpr (!std::is_trivially_copyable_v<T>) {
+                std::uninitialized_copy_n(source, elementCount, elements);
+            } else if (elementCount != 0) {
+                std::memcpy(static_cast<void*>(elements), source, elementCount * sizeof(T));
+            }
+        });
+    }
+
+    ~VectorVariantData() override { std::destroy_n(elements(), numberAllocatedElements_); }
+
+    static void operator delete(void* memory) { ::operator delete(memory); }
+
+    T* elements() { return std::launder(reinterpret_cast<T*>(this + 1)); }
+    const T* elements() const { return std::launder(reinterpret_cast<const T*>(this + 1)); }
+
+    std::uint64_t numberAllocatedElements() const override { return numberAllocatedElements_; }
+    ArrayDimensionsView dimensions() const override { return dimensions_; }
+    bool isScalarStorage() const override { return false; }
+    DataOrdering dataOrdering() const override { return ordering_; }
+    WellKnownType wellKnownDataType() const override { return ElementOperations<T>::type; }
+    const std::type_info* storedTypeInfo() const override { return &typeid(T); }
+    CustomTypeOperations* customTypeOperations() const override { return ElementOperations<T>::customTypeOperations(); }
+
+    IVariantData* reorderData(DataOrdering wanted) override {
+        if (wanted == ordering_) {
+            copy();
+            return this;
+        }
+        return ElementOperations<T>::reorder(*this, wanted);
+    }
+
+    void reshapeNoRealloc(ArrayDimensionsView wanted) override {
+        if (wanted == dimensions()) {
+            return;
+        }
+        requireOneReference();
+        // The limit on the rank is deliberate and this class's alone: its list of dimensions never grows.
+        if (wanted.elementCount() > numberAllocatedElements_ || wanted.size() > dimensions_.size()) {
+            throwDoesNotFit();
+        }
+        // The view may look at a part of this very list.
+        std::copy(wanted.begin(), wanted.end(), dimensions_.begin());
+        dimensions_.resize(wanted.size());
+    }
+
+    IVariantData* reshapeToZVariant(const IVariantData* source, ArrayDimensionsView wanted,
+                                    DataOrdering ordering) override {
+        return ElementOperations<T>::rebuild(source, wanted, ordering);
+    }
+
+    const void* constStoredData() const override { return elements(); }
+    void* mutableStoredData() override { return elements(); }
+
+    IVariantData* convertDataTo(WellKnownType target, ConversionMode mode) override {
+        return ElementOperations<T>::convertArray(*this, target, mode);
+    }
+
+    // Copies all allocated elements, also those that the shape hides.
+    IVariantData* duplicate() const override {
+        return makeCopy(elements(), numberAllocatedElements_, dimensions_, ordering_).release();
+    }
+
+private:
+    // What the placement form of new takes; a type of its own, since a plain size would name the usual delete.
+    struct ElementCount {
+        std::uint64_t value;
+    };
+
+    template <class Construct>
+    VectorVariantData(std::uint64_t count, ArrayDimensionsView dimensions, DataOrdering ordering, Construct construct)
+        : numberAllocatedElements_(count), dimensions_(dimensions.begin(), dimensions.end()), ordering_(ordering) {
+        static_assert(alignof(T) <= alignof(VectorVariantData), "Elements stand right behind the object.");
+        construct(reinterpret_cast<T*>(this + 1), count);
+    }
+
+    template <class Construct>
+    static Owned allocate(std::uint64_t count, ArrayDimensionsView dimensions, DataOrdering ordering,
+                          Construct construct) {
+        return Owned(new (ElementCount{count}) VectorVariantData(count, dimensions, ordering, construct));
+    }
+
+    static void* operator new(std::size_t objectSize, ElementCount count) {
+        if (count.value > (std::numeric_limits<std::size_t>::max() - objectSize) / sizeof(T)) {
+            throw std::bad_array_new_length();
+        }
+        return ::operator new(objectSize + count.value * sizeof(T));
+    }
+    static void operator delete(void* memory, ElementCount) { ::operator delete(memory); }
+
+    const std::uint64_t numberAllocatedElements_;
+    std::vector<std::uint64_t> dimensions_;
+    const DataOrdering ordering_;
+};
+
+#define PYXCORE_ELEMENT_TYPE(name, enumerator, code, family, type, portableName) \
+    extern template class VectorVariantData<type>;
+#include <pyx/types/element_types.def>
+
+}  // namespace Quorvane::Pyx::Internal

@@ -1,0 +1,191 @@
+// The storage policy of clients built with any compiler: one pointer, and every operation a flat C call whose failure
+// is thrown again on this side.
+#pragma once
+
+#include <pyx/abi/c_api.h>
+#include <pyx/abi/rethrowAbiError.h>
+#include <pyx/indexing/ArrayDimensionsView.h>
+#include <pyx/indexing/DataOrdering.h>
+#include <pyx/types/element_types.h>
+#include <pyx/types/standard_library.h>
+#include <pyx/variant/ConversionMode.h>
+
+#include <cstdint>
+#include <string>
+#include <type_traits>
+#include <utility>
+#include <vector>
+
+namespace Quorvane::Pyx::Internal {
+
+// Invariant: variantData is a handle on which this holds one reference, or the static null object. It is null in a
+// moved-from storage, which may only be copied, assigned to or destroyed.
+class ZVariantDataSharable {
+public:
+    static constexpr const char* valueName = "Quorvane::Pyx::ZVariantAbi";
+    static constexpr bool supported = true;
+    static constexpr bool adoptsVectors = false;
+
+    // Fails to compile where elements of T cannot cross from this module to the library.
+    template <class T>
+    static constexpr void requireLayout() {
+        static_assert(sharesStandardLibrary || !std::is_same_v<T, std::string>,
+                      "Texts cross the boundary as std::string objects of the library's standard library (libstdc++), "
+                      "and this module is built with another one: build it with libstdc++ to hold texts.");
+    }
+
+    ZVariantDataSharable() noexcept : variantData(ZVariantData_C_API_constructNull()) {}
+
+    ZVariantDataSharable(const ZVariantDataSharable& other) : variantData(other.variantData) {
+        if (variantData != nullptr) {
+            variantData =
+                callFlat([&](AbiErrorRecord* record) { return ZVariantData_C_API_copy(record, variantData); });
+        }
+    }
+
+    ZVariantDataSharable(ZVariantDataSharable&& other) noexcept
+        : variantData(std::exchange(other.variantData, nullptr)) {}
+
+    ZVariantDataSharable& operator=(const ZVariantDataSharable& other) { return *this = ZVariantDataSharable(other); }
+
+    ZVariantDataSharable& operator=(ZVariantDataSharable&& other) noexcept {
+        if (this != &other) {
+            std::swap(variantData, other.variantData);
+            other.end();
+        }
+        return *this;
+    }
+
+    ~ZVariantDataSharable() { end(); }
+
+    template <class T>
+    static ZVariantDataSharable fromScalar(const T& value) {
+        requireLayout<T>();
+        return adopt(callFlat(
+            [&](AbiErrorRecord* record) { return ZVariantData_C_API_constructScalar(record, &value, codeOf<T>()); }));
+    }
+
+    template <class T>
+    static ZVariantDataSharable fromArray(const T* data, std::uint64_t length, ArrayDimensionsView dimensions,
+                                          DataOrdering ordering) {
+        requireLayout<T>();
+        return adopt(callFlat([&](AbiErrorRecord* record) {
+            return ZVariantData_C_API_constructArray(record, data, codeOf<T>(), length, plain(dimensions),
+                                                     plain(ordering));
+        }));
+    }
+
+    template <class T>
+    static ZVariantDataSharable allocate(ArrayDimensionsView dimensions, DataOrdering ordering) {
+        return adopt(callFlat([&](AbiErrorRecord* record) {
+            return ZVariantData_C_API_createWithAllocatedArray(record, codeOf<T>(), plain(dimensions), plain(ordering));
+        }));
+    }
+
+    // Takes over a reference; a null handle gives a null value.
+    static ZVariantDataSharable adopt(IVariantData* data) {
+        return data == nullptr ? ZVariantDataSharable() : ZVariantDataSharable(data);
+    }
+
+    WellKnownType wellKnownDataType() const {
+        return WellKnownType::fromCode(callFlat(
+            [&](AbiErrorRecord* record) { return ZVariantData_C_API_wellKnownDataType(record, variantData); }));
+    }
+
+    ArrayDimensionsView dimensions() const {
+        const PyxDimensions dimensions =
+            callFlat([&](AbiErrorRecord* record) { return ZVariantData_C_API_dimensions(record, variantData); });
+        return {dimensions.lengths, dimensions.count};
+    }
+
+    DataOrdering dataOrdering() const {
+        return static_cast<DataOrdering>(
+            callFlat([&](AbiErrorRecord* record) { return ZVariantData_C_API_dataOrdering(record, variantData); }));
+    }
+
+    std::uint64_t numberAllocatedElements() const {
+        return callFlat(
+            [&](AbiErrorRecord* record) { return ZVariantData_C_API_numberAllocatedElements(record, variantData); });
+    }
+
+    bool isScalarStorage() const {
+        return callFlat(
+            [&](AbiErrorRecord* record) { return ZVariantData_C_API_isScalarStorage(record, variantData); });
+    }
+
+    const void* constStoredData() const {
+        return callFlat(
+            [&](AbiErrorRecord* record) { return ZVariantData_C_API_constStoredData(record, variantData); });
+    }
+
+    // No flat function tells classes apart behind the code customType.
+    template <class T>
+    bool holdsCustomElement() const {
+        return false;
+    }
+
+    void* mutableStoredData() {
+        void* stored = nullptr;
+        variantData = callFlat(
+            [&](AbiErrorRecord* record) { return ZVariantData_C_API_mutableStoredData(record, variantData, &stored); });
+        return stored;
+    }
+
+    // A refused conversion gives a null value.
+    ZVariantDataSharable convertDataTo(WellKnownType target, ConversionMode mode) const {
+        return adopt(callFlat([&](AbiErrorRecord* record) {
+            return ZVariantData_C_API_convertDataTo(record, variantData, target.code(),
+                                                    static_cast<std::uint32_t>(mode));
+        }));
+    }
+
+    void reorder(DataOrdering ordering) {
+        variantData = callFlat([&](AbiErrorRecord* record) {
+            return ZVariantData_C_API_reorderData(record, variantData, plain(ordering));
+        });
+    }
+
+    void reshapeNoRealloc(ArrayDimensionsView dimensions) {
+        callFlat([&](AbiErrorRecord* record) {
+            ZVariantData_C_API_reshapeNoRealloc(record, variantData, plain(dimensions));
+        });
+    }
+
+    ZVariantDataSharable reshaped(ArrayDimensionsView dimensions, DataOrdering ordering) const {
+        // The call consumes a reference on its source.
+        ZVariantDataSharable source(*this);
+        IVariantData* const result = callFlat([&](AbiErrorRecord* record) {
+            return ZVariantData_C_API_reshapeToZVariant(record, variantData, source.variantData, plain(dimensions),
+                                                        plain(ordering));
+        });
+        source.variantData = nullptr;
+        return adopt(result);
+    }
+
+    IVariantData* variantData;
+
+private:
+    explicit ZVariantDataSharable(IVariantData* data) noexcept : variantData(data) {}
+
+    template <class T>
+    static constexpr std::uint16_t codeOf() {
+        return WellKnownType(ElementTraits<T>::code).code();
+    }
+
+    static PyxDimensions plain(ArrayDimensionsView dimensions) { return {dimensions.begin(), dimensions.size()}; }
+    static std::uint32_t plain(DataOrdering ordering) { return static_cast<std::uint32_t>(ordering); }
+
+    // A destructor does not throw, so the outcome is not looked at.
+    void end() noexcept {
+        if (variantData != nullptr) {
+            AbiErrorRecord record;
+            record.kind = nullptr;
+            ZVariantData_C_API_destruct(&record, variantData);
+            variantData = nullptr;
+        }
+    }
+};
+
+static_assert(sizeof(ZVariantDataSharable) == sizeof(void*));
+
+}  // namespace Quorvane::Pyx::Internal

@@ -1,0 +1,157 @@
+// The storage policy of clients built with the compiler of the library: calls data objects directly and keeps scalars
+// inline.
+#pragma once
+
+#include <pyx/types/standard_library.h>
+#include <pyx/variant/IVariantData.h>
+#include <pyx/variant/OwnedData.h>
+#include <pyx/variant/factories.h>
+
+#include <cstddef>
+#include <cstdint>
+#include <typeinfo>
+#include <utility>
+#include <vector>
+
+namespace Quorvane::Pyx::Internal {
+
+// Invariant: variantData points at inlineBuffer, which then holds a non-counted scalar; or at a heap object, of which
+// this holds one reference; or at a static null object. It is null in a moved-from storage, which may only be copied,
+// assigned to or destroyed.
+class ZVariantDirectStorage {
+public:
+    static constexpr const char* valueName = "Quorvane::Pyx::ZVariant";
+    static constexpr bool supported = sharesStandardLibrary;
+    static constexpr bool adoptsVectors = true;
+
+    // All elements are read where they stand.
+    template <class T>
+    static constexpr void requireLayout() {}
+
+    ZVariantDirectStorage() : variantData(constructVariantNull()) {}
+
+    ZVariantDirectStorage(const ZVariantDirectStorage& other) {
+        if (other.isInline()) {
+            variantData = copyConstructVariantScalar(inlineBuffer, sizeof(inlineBuffer), other);
+        } else {
+            variantData = other.variantData;
+            if (variantData != nullptr) {
+                variantData->copy();
+            }
+        }
+    }
+
+    ZVariantDirectStorage(ZVariantDirectStorage&& other) noexcept { takeFrom(other); }
+
+    ZVariantDirectStorage& operator=(const ZVariantDirectStorage& other) {
+        return *this = ZVariantDirectStorage(other);
+    }
+
+    ZVariantDirectStorage& operator=(ZVariantDirectStorage&& other) noexcept {
+        if (this != &other) {
+            end();
+            takeFrom(other);
+        }
+        return *this;
+    }
+
+    ~ZVariantDirectStorage() { end(); }
+
+    template <class T>
+    static ZVariantDirectStorage fromScalar(T&& value) {
+        ZVariantDirectStorage storage(nullptr);
+        storage.variantData = moveVariantScalar<std::decay_t<T>>(storage.inlineBuffer, sizeof(storage.inlineBuffer),
+                                                                 std::decay_t<T>(std::forward<T>(value)));
+        return storage;
+    }
+
+    template <class T>
+    static ZVariantDirectStorage fromArray(const T* data, std::uint64_t length, ArrayDimensionsView dimensions,
+                                           DataOrdering ordering) {
+        return adopt(constructVariantVectorWithDataWithDimsUnresolved<T>(data, length, dimensions, ordering));
+    }
+
+    template <class T>
+    static ZVariantDirectStorage fromVector(std::vector<T>&& elements, ArrayDimensionsView dimensions,
+                                            DataOrdering ordering) {
+        return adopt(constructVariantDataFromMovedVector<T>(std::move(elements), dimensions, ordering));
+    }
+
+    template <class T>
+    static ZVariantDirectStorage allocate(ArrayDimensionsView dimensions, DataOrdering ordering) {
+        return adopt(constructVariantVectorWithoutDataWithDimsUnresolved<T>(dimensions, ordering));
+    }
+
+    // Takes over a reference; a null pointer gives a null value.
+    static ZVariantDirectStorage adopt(IVariantData* data) {
+        return data == nullptr ? ZVariantDirectStorage() : ZVariantDirectStorage(data);
+    }
+
+    WellKnownType wellKnownDataType() const { return variantData->wellKnownDataType(); }
+    ArrayDimensionsView dimensions() const { return variantData->dimensions(); }
+    DataOrdering dataOrdering() const { return variantData->dataOrdering(); }
+    std::uint64_t numberAllocatedElements() const { return variantData->numberAllocatedElements(); }
+    bool isScalarStorage() const { return variantData->isScalarStorage(); }
+    const void* constStoredData() const { return variantData->constStoredData(); }
+
+    // Whether the elements, which are of a custom class, are of class T.
+    template <class T>
+    bool holdsCustomElement() const {
+        const std::type_info* const stored = variantData->storedTypeInfo();
+        return stored != nullptr && *stored == typeid(T);
+    }
+
+    void* mutableStoredData() {
+        variantData = variantData->makeUnique();
+        return variantData->mutableStoredData();
+    }
+
+    // The target is another type than the own one. A refused conversion gives a null value.
+    ZVariantDirectStorage convertDataTo(WellKnownType target, ConversionMode mode) const {
+        return adopt(variantData->convertDataTo(target, mode));
+    }
+
+    void reorder(DataOrdering ordering) { replaceBy(variantData->reorderData(ordering)); }
+
+    void reshapeNoRealloc(ArrayDimensionsView dimensions) { variantData->reshapeNoRealloc(dimensions); }
+
+    ZVariantDirectStorage reshaped(ArrayDimensionsView dimensions, DataOrdering ordering) const {
+        return adopt(variantData->reshapeToZVariant(variantData, dimensions, ordering));
+    }
+
+    IVariantData* variantData;
+    alignas(void*) std::byte inlineBuffer[40];
+
+private:
+    explicit ZVariantDirectStorage(IVariantData* data) : variantData(data) {}
+
+    bool isInline() const { return static_cast<const void*>(variantData) == inlineBuffer; }
+
+    void takeFrom(ZVariantDirectStorage& other) noexcept {
+        if (other.isInline()) {
+            variantData = moveConstructVariantScalar(inlineBuffer, sizeof(inlineBuffer), other);
+            other.end();
+        } else {
+            variantData = other.variantData;
+        }
+        other.variantData = nullptr;
+    }
+
+    void end() noexcept {
+        if (isInline()) {
+            variantData->~IVariantData();
+        } else if (variantData != nullptr) {
+            variantData->destruct();
+        }
+    }
+
+    void replaceBy(IVariantData* data) {
+        // An inline scalar answers with itself and has nothing to give up.
+        variantData->destruct();
+        variantData = data;
+    }
+};
+
+static_assert(sizeof(ZVariantDirectStorage) == 48);
+
+}  // namespace Quorvane::Pyx::Internal

@@ -1,0 +1,260 @@
+// The value type: a null, a scalar or an N-dimensional array of any element type, over one of two storage policies.
+#pragma once
+
+#include <pyx/indexing/ArrayDimensionsView.h>
+#include <pyx/indexing/DataOrdering.h>
+#include <pyx/types/element_types.h>
+#include <pyx/types/portable_type_names.h>
+#include <pyx/variant/ConversionMode.h>
+#include <pyx/variant/ZVariantValueRange.h>
+
+#include <cstdint>
+#include <initializer_list>
+#include <stdexcept>
+#include <string>
+#include <string_view>
+#include <type_traits>
+#include <utility>
+#include <vector>
+
+namespace Quorvane::Pyx {
+
+// Copies share a heap object until one of them is written; an inline scalar is copied and never shared. A moved-from
+// value may only be copied, assigned to or destroyed. A value belongs to one thread at a time; values on several
+// threads may share data.
+//
+// Positions and lengths count elements. Elements are read by their exact type; convert first to read them as another
+// one. Wherever a value is made or read by value, an integer type that is no element type itself (`long`) counts as the
+// element type of its width and signedness. Every operation that allocates may raise std::bad_alloc and then has
+// changed nothing. With ZVariantAbi, failures are those of the flat C interface: the same classes with the same texts,
+// which are cut after 199 characters.
+template <class Storage>
+class ZVariantGeneric {
+    static_assert(Storage::supported,
+                  "ZVariant calls the library directly and needs the library's standard library (libstdc++): use "
+                  "ZVariantAbi in modules that are built with another one.");
+
+public:
+    // A null value.
+    ZVariantGeneric() = default;
+
+    // A scalar of the element type of the argument.
+    template <class T, std::enable_if_t<Internal::isWellKnownElement<Internal::StoredElement<T>>, int> = 0>
+    ZVariantGeneric(T value) : storage_(Storage::fromScalar(Internal::StoredElement<T>(std::move(value)))) {}
+
+    // A text.
+    ZVariantGeneric(const char* text) : ZVariantGeneric(std::string(text)) {}
+    ZVariantGeneric(std::string_view text) : ZVariantGeneric(std::string(text)) {}
+    ZVariantGeneric(std::nullptr_t) = delete;
+
+    // An array with copies of the `length` elements at `data`, in storage order. Without dimensions it has one, as
+    // long as the data. Raises std::length_error "dimensions do not match data length".
+    template <class T>
+    static ZVariantGeneric fromData(const T* data, std::uint64_t length, ArrayDimensionsView dimensions = {},
+                                    DataOrdering ordering = DataOrdering::RowMajor) {
+        using Element = Internal::StoredElement<T>;
+        requireElement<Element>();
+        if constexpr (std::is_same_v<T, Element>) {
+            return ZVariantGeneric(Storage::fromArray(data, length, dimensions, ordering));
+        } else {
+            const std::vector<Element> elements(data, data + length);
+            return fromData(elements.data(), elements.size(), dimensions, ordering);
+        }
+    }
+    template <class T>
+    static ZVariantGeneric fromData(std::initializer_list<T> elements, ArrayDimensionsView dimensions = {},
+                                    DataOrdering ordering = DataOrdering::RowMajor) {
+        return fromData(elements.begin(), elements.size(), dimensions, ordering);
+    }
+
+    // An array of the vector's elements: ZVariant adopts them without a copy. Where the dimensions are empty or hold a
+    // 0, ZVariant gives an array with elements one dimension of their number, while ZVariantAbi copies as fromData
+    // does. Raises std::length_error "dimensions do not match data length".
+    template <class T>
+    static ZVariantGeneric fromVector(std::vector<T>&& elements, ArrayDimensionsView dimensions = {},
+                                      DataOrdering ordering = DataOrdering::RowMajor) {
+        static_assert(!std::is_same_v<T, bool>, "A std::vector<bool> holds no bool in memory: use fromData.");
+        if constexpr (Storage::adoptsVectors && Internal::isWellKnownElement<T>) {
+            return ZVariantGeneric(Storage::fromVector(std::move(elements), dimensions, ordering));
+        } else {
+            return fromData(elements.data(), elements.size(), dimensions, ordering);
+        }
+    }
+
+    // An array of the shape, to be filled through mutableData: real numbers and booleans are uninitialised, all other
+    // elements default.
+    template <class T>
+    static ZVariantGeneric allocate(ArrayDimensionsView dimensions, DataOrdering ordering = DataOrdering::RowMajor) {
+        requireElement<T>();
+        return ZVariantGeneric(Storage::template allocate<T>(dimensions, ordering));
+    }
+
+    // 0 for a null value.
+    [[nodiscard]] WellKnownType wellKnownDataType() const { return storage_.wellKnownDataType(); }
+    // {1} for a scalar, no dimensions for a null. Valid until the value is changed or ends.
+    [[nodiscard]] ArrayDimensionsView dimensions() const { return storage_.dimensions(); }
+    [[nodiscard]] DataOrdering dataOrdering() const { return storage_.dataOrdering(); }
+    // The number of elements in the storage, which may be more than the value has.
+    [[nodiscard]] std::uint64_t numberAllocatedElements() const { return storage_.numberAllocatedElements(); }
+    [[nodiscard]] bool isScalarStorage() const { return storage_.isScalarStorage(); }
+    // The number of elements of the value: the product of its dimensions, 0 for a null.
+    [[nodiscard]] std::uint64_t elementCount() const { return dimensions().elementCount(); }
+
+    [[nodiscard]] bool isNull() const { return isElementType<void>(); }
+
+    // Whether the elements are of type T; `void` asks for null. Deliberately true for a null value and a custom class
+    // T, which has no code of its own: test isNull first where that matters.
+    template <class T>
+    [[nodiscard]] bool isElementType() const {
+        const WellKnownType type = wellKnownDataType();
+        if (type == WellKnownType::customType) {
+            return storage_.template holdsCustomElement<T>();
+        }
+        return type == WellKnownType(Internal::ElementTraits<T>::code);
+    }
+
+    // The element at a position in storage order, whatever the ordering. Raises std::invalid_argument "Cannot access
+    // element of null variant." and "Wrong data type.", and std::out_of_range "Indices out of bounds.".
+    template <class T>
+    [[nodiscard]] const T& elementAt(std::uint64_t position) const& {
+        checkAccess<T>(position);
+        return static_cast<const T*>(storage_.constStoredData())[position];
+    }
+    template <class T>
+    [[nodiscard]] T elementAt(std::uint64_t position) const&& {
+        const ZVariantGeneric& self = *this;
+        return self.template elementAt<T>(position);
+    }
+
+    // The same for writing; makes the value the only holder of its data first.
+    template <class T>
+    [[nodiscard]] T& mutableElementAt(std::uint64_t position) {
+        checkAccess<T>(position);
+        return static_cast<T*>(storage_.mutableStoredData())[position];
+    }
+
+    // The first element; null for a value without elements. Raises std::invalid_argument "Wrong data type.".
+    template <class T>
+    [[nodiscard]] const T* data() const {
+        return checkData<T>() ? static_cast<const T*>(storage_.constStoredData()) : nullptr;
+    }
+    // The same for writing; makes the value the only holder of its data first.
+    template <class T>
+    [[nodiscard]] T* mutableData() {
+        return checkData<T>() ? static_cast<T*>(storage_.mutableStoredData()) : nullptr;
+    }
+
+    // The elements in storage order, as a range that takes the value over. A value without elements gives an empty
+    // range whatever its type. Raises std::runtime_error "Data type mismatch, cannot provide iterable container".
+    template <class T>
+    [[nodiscard]] ZVariantValueRange<T, Storage> valueRange() && {
+        requireReadable<T>();
+        return ZVariantValueRange<T, Storage>(std::move(*this));
+    }
+
+    // The value of something with exactly one element, converted to T as a cast does it. Raises what convertOrThrow
+    // raises, and std::invalid_argument "Cannot read a single value from a ZVariant with another number of elements.".
+    template <class T>
+    [[nodiscard]] T as() const {
+        using Element = Internal::StoredElement<T>;
+        requireElement<Element>();
+        const ZVariantGeneric converted = convertOrThrow(Internal::ElementTraits<Element>::code);
+        if (converted.elementCount() != 1) {
+            throw std::invalid_argument("Cannot read a single value from a ZVariant with another number of elements.");
+        }
+        return static_cast<T>(converted.template elementAt<Element>(0));
+    }
+
+    // The same shape and ordering in another element type; a null value when the conversion is refused. The own type
+    // gives a copy that shares the data. Raises std::runtime_error "unknown type" or "not a numeric type" for a target
+    // that is no element type.
+    [[nodiscard]] ZVariantGeneric convertTo(WellKnownType target, ConversionMode mode = ConversionMode::Cast) const {
+        return target == wellKnownDataType() ? *this : ZVariantGeneric(storage_.convertDataTo(target, mode));
+    }
+
+    // As convertTo in the mode Cast, but raises std::runtime_error "Cannot convert ..." with both types and the size
+    // when the result is null.
+    [[nodiscard]] ZVariantGeneric convertOrThrow(WellKnownType target) const {
+        ZVariantGeneric converted = convertTo(target);
+        if (converted.isNull()) {
+            throw std::runtime_error(conversionFailureText(target));
+        }
+        return converted;
+    }
+
+    // The same values stored in the given ordering; shares the data where nothing is to be done. Scalars and nulls
+    // have one ordering, RowMajor, and stay as they are.
+    [[nodiscard]] ZVariantGeneric reordered(DataOrdering ordering) const {
+        ZVariantGeneric result(*this);
+        result.storage_.reorder(ordering);
+        return result;
+    }
+
+    // A new array of the given shape with the first elements of this one in storage order; elements without a source
+    // are default. A null value gives a null value.
+    [[nodiscard]] ZVariantGeneric reshaped(ArrayDimensionsView dimensions,
+                                           DataOrdering ordering = DataOrdering::RowMajor) const {
+        return ZVariantGeneric(storage_.reshaped(dimensions, ordering));
+    }
+
+    // Changes the shape in place; no element moves. Raises std::runtime_error when the data are shared,
+    // std::length_error when the shape does not fit and std::invalid_argument for scalars and nulls.
+    void reshapeNoRealloc(ArrayDimensionsView dimensions) { storage_.reshapeNoRealloc(dimensions); }
+
+private:
+    explicit ZVariantGeneric(Storage&& storage) noexcept : storage_(std::move(storage)) {}
+
+    template <class T>
+    static constexpr void requireElement() {
+        static_assert(Internal::isWellKnownElement<T>,
+                      "This type is no element type of PyxCore: convert to one of them first.");
+    }
+
+    // Elements are lent by reference, so T must be stored as it is.
+    template <class T>
+    static constexpr void requireReadable() {
+        static_assert(!std::is_integral_v<T> || Internal::isWellKnownElement<T>,
+                      "Elements of this integer type are stored as another type of the same width: `long long` for a "
+                      "64-bit `long`, `signed char` or `unsigned char` for `char`.");
+        Storage::template requireLayout<T>();
+    }
+
+    // Positions behind the storage are refused as well: a shape can outgrow an adopted vector.
+    template <class T>
+    void checkAccess(std::uint64_t position) const {
+        requireReadable<T>();
+        if (isNull()) {
+            throw std::invalid_argument("Cannot access element of null variant.");
+        }
+        if (!isElementType<T>()) {
+            throw std::invalid_argument("Wrong data type.");
+        }
+        if (position >= elementCount() || position >= numberAllocatedElements()) {
+            throw std::out_of_range("Indices out of bounds.");
+        }
+    }
+
+    template <class T>
+    bool checkData() const {
+        requireReadable<T>();
+        if (elementCount() == 0) {
+            return false;
+        }
+        if (!isElementType<T>()) {
+            throw std::invalid_argument("Wrong data type.");
+        }
+        return true;
+    }
+
+    std::string conversionFailureText(WellKnownType target) const {
+        using namespace Internal;
+        return std::string("Cannot convert ") + Storage::valueName + " of type '" +
+               normalizeTypeName(typeNameOfWellKnownType(wellKnownDataType())) +
+               "' (size: " + std::to_string(elementCount()) + ") to '" +
+               normalizeTypeName(typeNameOfWellKnownType(target)) + "'";
+    }
+
+    Storage storage_;
+};
+
+}  // namespace Quorvane::Pyx

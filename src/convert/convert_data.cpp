@@ -1,0 +1,60 @@
+#include "convert/convert_data.h"
+
+#include "convert/conversion_matrix.h"
+
+#include <pyx/types/dispatch.h>
+#include <pyx/variant/ElementOperations.h>
+#include <pyx/variant/ScalarVariantData.h>
+#include <pyx/variant/VectorVariantData.h>
+
+#include <algorithm>
+#include <utility>
+
+namespace Quorvane::Pyx::Internal {
+
+IVariantData* convertStoredScalar(WellKnownType source, const void* value, WellKnownType target, ConversionMode mode) {
+    return dispatchElementType(target, [&](auto tag) -> IVariantData* {
+        using T = typename decltype(tag)::type;
+        T converted{};
+        if (!conversionCell<T>(source)(value, &converted, 1, mode)) {
+            return nullptr;
+        }
+        return new ScalarVariantDataRefCounted<T>(std::move(converted));
+    });
+}
+
+IVariantData* convertStoredArray(const IVariantData& source, WellKnownType target, ConversionMode mode) {
+    return dispatchElementType(target, [&](auto tag) -> IVariantData* {
+        using T = typename decltype(tag)::type;
+        const ConvertCell convert = conversionCell<T>(source.wellKnownDataType());
+        auto result = VectorVariantData<T>::makeForOverwrite(source.dimensions(), source.dataOrdering());
+        // A reshape can hide elements of the source, or promise more than it has.
+        const std::uint64_t shown = result->numberAllocatedElements();
+        const std::uint64_t count = std::min(shown, source.numberAllocatedElements());
+        if (!convert(source.constStoredData(), result->elements(), count, mode)) {
+            return nullptr;
+        }
+        std::fill(result->elements() + count, result->elements() + shown, T{});
+        return result.release();
+    });
+}
+
+template <class T>
+IVariantData* ElementOperations<T>::convertScalar(const T& value, WellKnownType target, ConversionMode mode) {
+    return convertStoredScalar(type, &value, target, mode);
+}
+
+template <class T>
+IVariantData* ElementOperations<T>::convertArray(const IVariantData& source, WellKnownType target,
+                                                 ConversionMode mode) {
+    return convertStoredArray(source, target, mode);
+}
+
+#define PYXCORE_ELEMENT_TYPE(name, enumerator, code, family, elementType, portableName)                     \
+    template IVariantData* ElementOperations<elementType>::convertScalar(const elementType&, WellKnownType, \
+                                                                         ConversionMode);                   \
+    template IVariantData* ElementOperations<elementType>::convertArray(const IVariantData&, WellKnownType, \
+                                                                        ConversionMode);
+#include <pyx/types/element_types.def>
+
+}  // namespace Quorvane::Pyx::Internal

@@ -1,0 +1,84 @@
+// The body of reorderData for arrays.
+
+#include "convert/transpose.h"
+
+#include <pyx/variant/ElementOperations.h>
+#include <pyx/variant/VectorVariantData.h>
+
+#include <algorithm>
+#include <type_traits>
+
+namespace Quorvane::Pyx::Internal {
+
+namespace {
+
+// How elements are moved about: any byte may be a bool that came from outside.
+template <class T>
+using Moved = std::conditional_t<std::is_same_v<T, bool>, unsigned char, T>;
+
+// Copies element by element, in row-major order, as many as are allocated. A shape that hides elements makes the walk
+// over a row-major source wrap, deliberately, so that later elements replace earlier ones; one that promises more than
+// there are leaves the rest of the target alone.
+template <class T>
+void reorderByElement(const T* source, std::uint64_t allocated, DataOrdering ordering, ArrayDimensionsView dimensions,
+                      T* target, std::uint64_t first) {
+    const std::uint64_t shown = dimensions.elementCount();
+    if (ordering == DataOrdering::RowMajor) {
+        forEachInRowMajorOrder(dimensions, allocated - first,
+                               [&](std::uint64_t i, std::uint64_t offset) { target[offset] = source[first + i]; });
+    } else {
+        forEachInRowMajorOrder(dimensions, std::min(allocated, shown), [&](std::uint64_t i, std::uint64_t offset) {
+            if (offset < allocated) {
+                target[i] = source[offset];
+            }
+        });
+    }
+}
+
+template <class T>
+void reorderElements(const T* source, std::uint64_t allocated, DataOrdering ordering, ArrayDimensionsView dimensions,
+                     T* target) {
+    const std::uint64_t shown = dimensions.elementCount();
+    if constexpr (std::is_trivially_copyable_v<T>) {
+        if (allocated >= shown) {
+            std::vector<std::uint64_t> lengths = dimensions.toVector();
+            if (ordering == DataOrdering::ColumnMajor) {
+                std::reverse(lengths.begin(), lengths.end());
+                transpose(source, target, lengths);
+                return;
+            }
+            // Of the walk that wraps, only the last whole lap and what follows it can be seen.
+            const std::uint64_t lastLap = (allocated / shown - 1) * shown;
+            transpose(source + lastLap, target, lengths);
+            reorderByElement(source, allocated, ordering, dimensions, target, lastLap + shown);
+            return;
+        }
+    }
+    reorderByElement(source, allocated, ordering, dimensions, target, 0);
+}
+
+}  // namespace
+
+template <class T>
+IVariantData* ElementOperations<T>::reorder(const IVariantData& source, DataOrdering wanted) {
+    const ArrayDimensionsView dimensions = source.dimensions();
+    const DataOrdering ordering = source.dataOrdering();
+    const std::uint64_t allocated = source.numberAllocatedElements();
+    auto result = VectorVariantData<T>::makeForOverwrite(dimensions, wanted);
+    const std::uint64_t shown = result->numberAllocatedElements();
+    const bool known = ordering == DataOrdering::RowMajor || ordering == DataOrdering::ColumnMajor;
+    if (!known || allocated < shown) {
+        std::fill_n(result->elements(), shown, T{});
+    }
+    if (known && shown != 0) {
+        reorderElements(static_cast<const Moved<T>*>(source.constStoredData()), allocated, ordering, dimensions,
+                        reinterpret_cast<Moved<T>*>(result->elements()));
+    }
+    return result.release();
+}
+
+#define PYXCORE_ELEMENT_TYPE(name, enumerator, code, family, elementType, portableName) \
+    template IVariantData* ElementOperations<elementType>::reorder(const IVariantData&, DataOrdering);
+#include <pyx/types/element_types.def>
+
+}  // namespace Quorvane::Pyx::Internal

@@ -1,0 +1,110 @@
+#include "convert/text_rules.h"
+
+#include "convert/number_rules.h"
+
+#include <charconv>
+#include <cstdlib>
+#include <limits>
+#include <locale>
+#include <sstream>
+#include <type_traits>
+
+namespace Quorvane::Pyx::Internal {
+
+namespace {
+
+template <class T>
+std::string textFromStream(const T& value) {
+    std::ostringstream stream;
+    stream.precision(std::numeric_limits<T>::digits10);
+    stream << value;
+    return stream.str();
+}
+
+// Byte for byte what the stream gives in the classic locale.
+template <class T>
+std::string textFromCharconv(const T& value) {
+    char buffer[32];
+    std::to_chars_result result;
+    if constexpr (std::is_floating_point_v<T>) {
+        result = std::to_chars(buffer, buffer + sizeof(buffer), value, std::chars_format::general,
+                               std::numeric_limits<T>::digits10);
+    } else {
+        result = std::to_chars(buffer, buffer + sizeof(buffer), value);
+    }
+    return std::string(buffer, result.ptr);
+}
+
+// A stream takes the global locale at its birth, and only the classic one has no digit groups and a '.'.
+bool streamsAreClassic() {
+    return std::locale() == std::locale::classic();
+}
+
+template <class T>
+std::string textOf(const T& value, bool classic) {
+    if constexpr (sizeof(T) == 1) {
+        return std::string(1, static_cast<char>(value));
+    } else {
+        std::string text = classic ? textFromCharconv(value) : textFromStream(value);
+        if (std::is_floating_point_v<T> && text.find('.') == std::string::npos && text.find('e') == std::string::npos) {
+            text += ".0";
+        }
+        return text;
+    }
+}
+
+}  // namespace
+
+template <class T>
+std::string numberToText(const T& value) {
+    return textOf(value, streamsAreClassic());
+}
+
+template <class T>
+void convertNumbersToTexts(const T* source, std::string* target, std::uint64_t count) {
+    if constexpr (std::is_same_v<T, bool>) {
+        for (std::uint64_t i = 0; i < count; ++i) {
+            target[i] = loadNumber(source + i) ? "true" : "false";
+        }
+    } else {
+        const bool classic = streamsAreClassic();
+        for (std::uint64_t i = 0; i < count; ++i) {
+            target[i] = textOf(source[i], classic);
+        }
+    }
+}
+
+template <class T>
+bool convertTextsToNumbers(const std::string* source, T* target, std::uint64_t count) {
+    for (std::uint64_t i = 0; i < count; ++i) {
+        const char* const text = source[i].c_str();
+        char* end = nullptr;
+        const double number = std::strtod(text, &end);
+        if constexpr (std::is_same_v<T, bool>) {
+            // A text without a number gives 0 here, so false: deliberately not a refusal.
+            target[i] = source[i] == "true" || number != 0;
+        } else {
+            if (end == text) {
+                return false;
+            }
+            target[i] = castNumber<T>(number);
+        }
+    }
+    return true;
+}
+
+#define PYXCORE_TEXT_RULES_boolean(type)                                                 \
+    template void convertNumbersToTexts<type>(const type*, std::string*, std::uint64_t); \
+    template bool convertTextsToNumbers<type>(const std::string*, type*, std::uint64_t);
+#define PYXCORE_TEXT_RULES_integer(type)                  \
+    template std::string numberToText<type>(const type&); \
+    PYXCORE_TEXT_RULES_boolean(type)
+#define PYXCORE_TEXT_RULES_floating PYXCORE_TEXT_RULES_integer
+#define PYXCORE_TEXT_RULES_complex(type)
+#define PYXCORE_TEXT_RULES_complexBoolean(type)
+#define PYXCORE_TEXT_RULES_text(type)
+#define PYXCORE_TEXT_RULES_opaque(type)
+#define PYXCORE_ELEMENT_TYPE(name, enumerator, code, family, type, portableName) PYXCORE_TEXT_RULES_##family(type)
+#include <pyx/types/element_types.def>
+
+}  // namespace Quorvane::Pyx::Internal

@@ -1,0 +1,90 @@
+#include <pyx/variant/factories.h>
+
+#include <pyx/types/dispatch.h>
+#include <pyx/variant/ScalarVariantData.h>
+#include <pyx/variant/StdVectorVariantData.h>
+#include <pyx/variant/VectorVariantData.h>
+#include <pyx/variant/ZVariantDirectStorage.h>
+
+#include <new>
+#include <stdexcept>
+#include <utility>
+
+namespace Quorvane::Pyx::Internal {
+
+namespace {
+
+// Element is T, or const T to copy it.
+template <class T, class Element>
+IVariantData* constructScalar(void* storage, std::uint64_t room, Element&& value) {
+    if (room >= sizeof(ScalarVariantDataNonCounted<T>)) {
+        return new (storage) ScalarVariantDataNonCounted<T>(std::forward<Element>(value));
+    }
+    return new ScalarVariantDataRefCounted<T>(std::forward<Element>(value));
+}
+
+}  // namespace
+
+template <class T>
+IVariantData* constructVariantScalar(void* storage, std::uint64_t room, T value) {
+    return constructScalar<T>(storage, room, std::move(value));
+}
+
+template <class T>
+IVariantData* moveVariantScalar(void* storage, std::uint64_t, T&& value) {
+    return new (storage) ScalarVariantDataNonCounted<T>(std::move(value));
+}
+
+IVariantData* copyConstructVariantScalar(void* storage, std::uint64_t room, const ZVariantDirectStorage& source) {
+    return dispatchElementType(source.wellKnownDataType(), [&](auto tag) -> IVariantData* {
+        using T = typename decltype(tag)::type;
+        return constructScalar<T>(storage, room, *static_cast<const T*>(source.constStoredData()));
+    });
+}
+
+IVariantData* moveConstructVariantScalar(void* storage, std::uint64_t, ZVariantDirectStorage& source) {
+    return dispatchElementType(source.wellKnownDataType(), [&](auto tag) -> IVariantData* {
+        using T = typename decltype(tag)::type;
+        T& element = *static_cast<T*>(source.mutableStoredData());
+        return new (storage) ScalarVariantDataNonCounted<T>(std::move(element));
+    });
+}
+
+template <class T>
+IVariantData* constructVariantVectorWithoutDataWithDimsUnresolved(ArrayDimensionsView dimensions,
+                                                                  DataOrdering ordering) {
+    return VectorVariantData<T>::make(dimensions, ordering).release();
+}
+
+template <class T>
+IVariantData* constructVariantVectorWithDataWithDimsUnresolved(const void* data, std::uint64_t length,
+                                                               ArrayDimensionsView dimensions, DataOrdering ordering) {
+    const ArrayDimensionsView resolved =
+        dimensions.empty() && length != 0 ? ArrayDimensionsView(&length, 1) : dimensions;
+    if (resolved.elementCount() != length) {
+        throw std::length_error("dimensions do not match data length");
+    }
+    return VectorVariantData<T>::makeCopy(static_cast<const T*>(data), length, resolved, ordering).release();
+}
+
+template <class T>
+IVariantData* constructVariantDataFromMovedVector(std::vector<T> elements, ArrayDimensionsView dimensions,
+                                                  DataOrdering ordering) {
+    return new StdVectorVariantData<T>(std::move(elements), dimensions, ordering);
+}
+
+#define PYXCORE_ELEMENT_TYPE(name, enumerator, code, family, type, portableName)                              \
+    template IVariantData* constructVariantScalar<type>(void*, std::uint64_t, type);                          \
+    template IVariantData* moveVariantScalar<type>(void*, std::uint64_t, type&&);                             \
+    template IVariantData* constructVariantVectorWithoutDataWithDimsUnresolved<type>(ArrayDimensionsView,     \
+                                                                                     DataOrdering);           \
+    template IVariantData* constructVariantVectorWithDataWithDimsUnresolved<type>(const void*, std::uint64_t, \
+                                                                                  ArrayDimensionsView, DataOrdering);
+#include <pyx/types/element_types.def>
+
+#define PYXCORE_ADOPTABLE_TYPE(type)                                                                         \
+    template IVariantData* constructVariantDataFromMovedVector<type>(std::vector<type>, ArrayDimensionsView, \
+                                                                     DataOrdering);
+#include <pyx/types/adoptable_types.def>
+
+}  // namespace Quorvane::Pyx::Internal
