@@ -6,4 +6,13 @@
 #include <pyx/indexing/ArrayIndexing.h>
 #include <pyx/types/element_types.h>
 #include <pyx/types/portable_type_names.h>
+#include <pyx/types/standard_library.h>
 #include <pyx/variant/ZVariant.h>
+#include <pyx/variant/extractSingleValue.h>
+
+#if PYXCORE_SAME_STANDARD_LIBRARY
+#include <pyx/customtypes/custom_types.h>
+#include <pyx/properties/FrozenPropertyTree.h>
+#include <pyx/properties/PropertyPath.h>
+#include <pyx/properties/PropertyTree.h>
+#endif

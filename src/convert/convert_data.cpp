@@ -40,21 +40,21 @@ IVariantData* convertStoredArray(const IVariantData& source, WellKnownType targe
 }
 
 template <class T>
-IVariantData* ElementOperations<T>::convertScalar(const T& value, WellKnownType target, ConversionMode mode) {
+IVariantData* WellKnownElementOperations<T>::convertScalar(const T& value, WellKnownType target, ConversionMode mode) {
     return convertStoredScalar(type, &value, target, mode);
 }
 
 template <class T>
-IVariantData* ElementOperations<T>::convertArray(const IVariantData& source, WellKnownType target,
-                                                 ConversionMode mode) {
+IVariantData* WellKnownElementOperations<T>::convertArray(const IVariantData& source, WellKnownType target,
+                                                          ConversionMode mode) {
     return convertStoredArray(source, target, mode);
 }
 
-#define PYXCORE_ELEMENT_TYPE(name, enumerator, code, family, elementType, portableName)                     \
-    template IVariantData* ElementOperations<elementType>::convertScalar(const elementType&, WellKnownType, \
-                                                                         ConversionMode);                   \
-    template IVariantData* ElementOperations<elementType>::convertArray(const IVariantData&, WellKnownType, \
-                                                                        ConversionMode);
+#define PYXCORE_ELEMENT_TYPE(name, enumerator, code, family, elementType, portableName)                              \
+    template IVariantData* WellKnownElementOperations<elementType>::convertScalar(const elementType&, WellKnownType, \
+                                                                                  ConversionMode);                   \
+    template IVariantData* WellKnownElementOperations<elementType>::convertArray(const IVariantData&, WellKnownType, \
+                                                                                 ConversionMode);
 #include <pyx/types/element_types.def>
 
 }  // namespace Quorvane::Pyx::Internal

@@ -1,33 +1,19 @@
-// The body of reshapeToZVariant.
+// The body of reshapeToZVariant, compiled for the element types.
 
 #include <pyx/variant/ElementOperations.h>
-#include <pyx/variant/VectorVariantData.h>
-
-#include <algorithm>
-#include <stdexcept>
+#include <pyx/variant/array_operations.h>
 
 namespace Quorvane::Pyx::Internal {
 
 template <class T>
-IVariantData* ElementOperations<T>::rebuild(const IVariantData* source, ArrayDimensionsView wanted,
-                                            DataOrdering ordering) {
-    const std::uint64_t available = source == nullptr ? 0 : source->numberAllocatedElements();
-    if (available != 0 && source->wellKnownDataType() != type) {
-        throw std::invalid_argument("Wrong data type.");
-    }
-    auto result = VectorVariantData<T>::makeForOverwrite(wanted, ordering);
-    const std::uint64_t total = result->numberAllocatedElements();
-    const std::uint64_t copied = std::min(total, available);
-    if (copied != 0) {
-        copyElements(result->elements(), static_cast<const T*>(source->constStoredData()), copied);
-    }
-    std::fill(result->elements() + copied, result->elements() + total, T{});
-    return result.release();
+IVariantData* WellKnownElementOperations<T>::rebuild(const IVariantData* source, ArrayDimensionsView wanted,
+                                                     DataOrdering ordering) {
+    return rebuildArray<T>(source, wanted, ordering);
 }
 
-#define PYXCORE_ELEMENT_TYPE(name, enumerator, code, family, elementType, portableName)                      \
-    template IVariantData* ElementOperations<elementType>::rebuild(const IVariantData*, ArrayDimensionsView, \
-                                                                   DataOrdering);
+#define PYXCORE_ELEMENT_TYPE(name, enumerator, code, family, elementType, portableName)                               \
+    template IVariantData* WellKnownElementOperations<elementType>::rebuild(const IVariantData*, ArrayDimensionsView, \
+                                                                            DataOrdering);
 #include <pyx/types/element_types.def>
 
 }  // namespace Quorvane::Pyx::Internal

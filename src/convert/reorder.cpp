@@ -4,6 +4,7 @@
 
 #include <pyx/variant/ElementOperations.h>
 #include <pyx/variant/VectorVariantData.h>
+#include <pyx/variant/array_operations.h>
 
 #include <algorithm>
 #include <type_traits>
@@ -15,25 +16,6 @@ namespace {
 // How elements are moved about: any byte may be a bool that came from outside.
 template <class T>
 using Moved = std::conditional_t<std::is_same_v<T, bool>, unsigned char, T>;
-
-// Copies element by element, in row-major order, as many as are allocated. A shape that hides elements makes the walk
-// over a row-major source wrap, deliberately, so that later elements replace earlier ones; one that promises more than
-// there are leaves the rest of the target alone.
-template <class T>
-void reorderByElement(const T* source, std::uint64_t allocated, DataOrdering ordering, ArrayDimensionsView dimensions,
-                      T* target, std::uint64_t first) {
-    const std::uint64_t shown = dimensions.elementCount();
-    if (ordering == DataOrdering::RowMajor) {
-        forEachInRowMajorOrder(dimensions, allocated - first,
-                               [&](std::uint64_t i, std::uint64_t offset) { target[offset] = source[first + i]; });
-    } else {
-        forEachInRowMajorOrder(dimensions, std::min(allocated, shown), [&](std::uint64_t i, std::uint64_t offset) {
-            if (offset < allocated) {
-                target[i] = source[offset];
-            }
-        });
-    }
-}
 
 template <class T>
 void reorderElements(const T* source, std::uint64_t allocated, DataOrdering ordering, ArrayDimensionsView dimensions,
@@ -54,13 +36,13 @@ void reorderElements(const T* source, std::uint64_t allocated, DataOrdering orde
             return;
         }
     }
-    reorderByElement(source, allocated, ordering, dimensions, target, 0);
+    reorderByElement(source, allocated, ordering, dimensions, target);
 }
 
 }  // namespace
 
 template <class T>
-IVariantData* ElementOperations<T>::reorder(const IVariantData& source, DataOrdering wanted) {
+IVariantData* WellKnownElementOperations<T>::reorder(const IVariantData& source, DataOrdering wanted) {
     const ArrayDimensionsView dimensions = source.dimensions();
     const DataOrdering ordering = source.dataOrdering();
     const std::uint64_t allocated = source.numberAllocatedElements();
@@ -78,7 +60,7 @@ IVariantData* ElementOperations<T>::reorder(const IVariantData& source, DataOrde
 }
 
 #define PYXCORE_ELEMENT_TYPE(name, enumerator, code, family, elementType, portableName) \
-    template IVariantData* ElementOperations<elementType>::reorder(const IVariantData&, DataOrdering);
+    template IVariantData* WellKnownElementOperations<elementType>::reorder(const IVariantData&, DataOrdering);
 #include <pyx/types/element_types.def>
 
 }  // namespace Quorvane::Pyx::Internal

@@ -7,7 +7,6 @@
 #include <pyx/variant/ZVariantDirectStorage.h>
 
 #include <new>
-#include <stdexcept>
 #include <utility>
 
 namespace Quorvane::Pyx::Internal {
@@ -59,12 +58,7 @@ IVariantData* constructVariantVectorWithoutDataWithDimsUnresolved(ArrayDimension
 template <class T>
 IVariantData* constructVariantVectorWithDataWithDimsUnresolved(const void* data, std::uint64_t length,
                                                                ArrayDimensionsView dimensions, DataOrdering ordering) {
-    const ArrayDimensionsView resolved =
-        dimensions.empty() && length != 0 ? ArrayDimensionsView(&length, 1) : dimensions;
-    if (resolved.elementCount() != length) {
-        throw std::length_error("dimensions do not match data length");
-    }
-    return VectorVariantData<T>::makeCopy(static_cast<const T*>(data), length, resolved, ordering).release();
+    return VectorVariantData<T>::makeFromData(static_cast<const T*>(data), length, dimensions, ordering).release();
 }
 
 template <class T>

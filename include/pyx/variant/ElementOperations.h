@@ -11,15 +11,9 @@
 
 namespace Quorvane::Pyx::Internal {
 
-// The one place in which element types differ for the data classes. For the twenty-five the functions are compiled
-// once, inside the library; a class that is to be a custom element brings a specialisation of its own, with the type
-// customType.
+// For the twenty-five element types: compiled once, inside the library.
 template <class T>
-struct ElementOperations {
-    static_assert(
-        isWellKnownElement<T>,
-        "This type is no element type: convert to one of them, or specialise ElementOperations for the class.");
-
+struct WellKnownElementOperations {
     static constexpr WellKnownType type = ElementTraits<T>::code;
 
     static CustomTypeOperations* customTypeOperations() { return nullptr; }
@@ -34,6 +28,15 @@ struct ElementOperations {
     // The body of IVariantData::reshapeToZVariant.
     static IVariantData* rebuild(const IVariantData* source, ArrayDimensionsView wanted, DataOrdering ordering);
 };
+
+// The same for a custom class, instantiated where the class is used: in CustomElementOperations.h.
+template <class T>
+struct CustomElementOperations;
+
+// The one place in which element types differ for the data classes.
+template <class T>
+using ElementOperations =
+    std::conditional_t<isWellKnownElement<T>, WellKnownElementOperations<T>, CustomElementOperations<T>>;
 
 // The bytes of a bool may hold more than 0 and 1 when they come from outside, so plain elements are copied as bytes.
 template <class T>

@@ -12,6 +12,7 @@
 #include <limits>
 #include <memory>
 #include <new>
+#include <stdexcept>
 #include <type_traits>
 #include <typeinfo>
 #include <vector>
@@ -53,6 +54,18 @@ public:
                 std::memcpy(static_cast<void*>(elements), source, elementCount * sizeof(T));
             }
         });
+    }
+
+    // An array with copies of `length` elements of T; without dimensions it has one, as long as the data. Raises
+    // std::length_error "dimensions do not match data length".
+    static Owned makeFromData(const T* data, std::uint64_t length, ArrayDimensionsView dimensions,
+                              DataOrdering ordering) {
+        const ArrayDimensionsView resolved =
+            dimensions.empty() && length != 0 ? ArrayDimensionsView(&length, 1) : dimensions;
+        if (resolved.elementCount() != length) {
+            throw std::length_error("dimensions do not match data length");
+        }
+        return makeCopy(data, length, resolved, ordering);
     }
 
     ~VectorVariantData() override { std::destroy_n(elements(), numberAllocatedElements_); }

@@ -25,6 +25,7 @@ public:
     static constexpr const char* valueName = "Quorvane::Pyx::ZVariantAbi";
     static constexpr bool supported = true;
     static constexpr bool adoptsVectors = false;
+    static constexpr bool holdsCustomClasses = false;
 
     // Fails to compile where elements of T cannot cross from this module to the library.
     template <class T>

@@ -3,8 +3,11 @@
 #pragma once
 
 #include <pyx/types/standard_library.h>
+#include <pyx/variant/CustomElementOperations.h>
 #include <pyx/variant/IVariantData.h>
-#include <pyx/variant/OwnedData.h>
+#include <pyx/variant/ScalarVariantData.h>
+#include <pyx/variant/StdVectorVariantData.h>
+#include <pyx/variant/VectorVariantData.h>
 #include <pyx/variant/factories.h>
 
 #include <cstddef>
@@ -23,6 +26,7 @@ public:
     static constexpr const char* valueName = "Quorvane::Pyx::ZVariant";
     static constexpr bool supported = sharesStandardLibrary;
     static constexpr bool adoptsVectors = true;
+    static constexpr bool holdsCustomClasses = true;
 
     // All elements are read where they stand.
     template <class T>
@@ -57,29 +61,46 @@ public:
 
     ~ZVariantDirectStorage() { end(); }
 
+    // The factories make data of the twenty-five element types; data of a custom class are made where it is used.
     template <class T>
     static ZVariantDirectStorage fromScalar(T&& value) {
-        ZVariantDirectStorage storage(nullptr);
-        storage.variantData = moveVariantScalar<std::decay_t<T>>(storage.inlineBuffer, sizeof(storage.inlineBuffer),
-                                                                 std::decay_t<T>(std::forward<T>(value)));
-        return storage;
+        if constexpr (isWellKnownElement<T>) {
+            ZVariantDirectStorage storage(nullptr);
+            storage.variantData =
+                moveVariantScalar<T>(storage.inlineBuffer, sizeof(storage.inlineBuffer), std::move(value));
+            return storage;
+        } else {
+            return adopt(new ScalarVariantDataRefCounted<T>(std::move(value)));
+        }
     }
 
     template <class T>
     static ZVariantDirectStorage fromArray(const T* data, std::uint64_t length, ArrayDimensionsView dimensions,
                                            DataOrdering ordering) {
-        return adopt(constructVariantVectorWithDataWithDimsUnresolved<T>(data, length, dimensions, ordering));
+        if constexpr (isWellKnownElement<T>) {
+            return adopt(constructVariantVectorWithDataWithDimsUnresolved<T>(data, length, dimensions, ordering));
+        } else {
+            return adopt(VectorVariantData<T>::makeFromData(data, length, dimensions, ordering).release());
+        }
     }
 
     template <class T>
     static ZVariantDirectStorage fromVector(std::vector<T>&& elements, ArrayDimensionsView dimensions,
                                             DataOrdering ordering) {
-        return adopt(constructVariantDataFromMovedVector<T>(std::move(elements), dimensions, ordering));
+        if constexpr (isWellKnownElement<T>) {
+            return adopt(constructVariantDataFromMovedVector<T>(std::move(elements), dimensions, ordering));
+        } else {
+            return adopt(new StdVectorVariantData<T>(std::move(elements), dimensions, ordering));
+        }
     }
 
     template <class T>
     static ZVariantDirectStorage allocate(ArrayDimensionsView dimensions, DataOrdering ordering) {
-        return adopt(constructVariantVectorWithoutDataWithDimsUnresolved<T>(dimensions, ordering));
+        if constexpr (isWellKnownElement<T>) {
+            return adopt(constructVariantVectorWithoutDataWithDimsUnresolved<T>(dimensions, ordering));
+        } else {
+            return adopt(VectorVariantData<T>::make(dimensions, ordering).release());
+        }
     }
 
     // Takes over a reference; a null pointer gives a null value.
@@ -94,11 +115,15 @@ public:
     bool isScalarStorage() const { return variantData->isScalarStorage(); }
     const void* constStoredData() const { return variantData->constStoredData(); }
 
+    const std::type_info& storedTypeInfo() const {
+        const std::type_info* const stored = variantData->storedTypeInfo();
+        return stored != nullptr ? *stored : typeid(void);
+    }
+
     // Whether the elements, which are of a custom class, are of class T.
     template <class T>
     bool holdsCustomElement() const {
-        const std::type_info* const stored = variantData->storedTypeInfo();
-        return stored != nullptr && *stored == typeid(T);
+        return storedTypeInfo() == typeid(T);
     }
 
     void* mutableStoredData() {

@@ -7,6 +7,7 @@
 #include <pyx/types/portable_type_names.h>
 #include <pyx/variant/ConversionMode.h>
 #include <pyx/variant/ZVariantValueRange.h>
+#include <pyx/variant/conversion_failure_text.h>
 
 #include <cstdint>
 #include <initializer_list>
@@ -14,6 +15,7 @@
 #include <string>
 #include <string_view>
 #include <type_traits>
+#include <typeinfo>
 #include <utility>
 #include <vector>
 
@@ -47,6 +49,13 @@ public:
     ZVariantGeneric(std::string_view text) : ZVariantGeneric(std::string(text)) {}
     ZVariantGeneric(std::nullptr_t) = delete;
 
+    // A scalar of a class of the client's own, which needs a copy, a default constructor and ==. ZVariant only.
+    template <class T>
+    static ZVariantGeneric fromCustom(T value) {
+        requireElement<T>();
+        return ZVariantGeneric(Storage::fromScalar(std::move(value)));
+    }
+
     // An array with copies of the `length` elements at `data`, in storage order. Without dimensions it has one, as
     // long as the data. Raises std::length_error "dimensions do not match data length".
     template <class T>
@@ -74,7 +83,8 @@ public:
     static ZVariantGeneric fromVector(std::vector<T>&& elements, ArrayDimensionsView dimensions = {},
                                       DataOrdering ordering = DataOrdering::RowMajor) {
         static_assert(!std::is_same_v<T, bool>, "A std::vector<bool> holds no bool in memory: use fromData.");
-        if constexpr (Storage::adoptsVectors && Internal::isWellKnownElement<T>) {
+        if constexpr (Storage::adoptsVectors && std::is_same_v<T, Internal::StoredElement<T>>) {
+            requireElement<T>();
             return ZVariantGeneric(Storage::fromVector(std::move(elements), dimensions, ordering));
         } else {
             return fromData(elements.data(), elements.size(), dimensions, ordering);
@@ -99,6 +109,10 @@ public:
     [[nodiscard]] bool isScalarStorage() const { return storage_.isScalarStorage(); }
     // The number of elements of the value: the product of its dimensions, 0 for a null.
     [[nodiscard]] std::uint64_t elementCount() const { return dimensions().elementCount(); }
+
+    // The class of the elements, also where their code does not tell; `void` when the data do not know it, as null does
+    // not. ZVariant only.
+    [[nodiscard]] const std::type_info& storedTypeInfo() const { return storage_.storedTypeInfo(); }
 
     [[nodiscard]] bool isNull() const { return isElementType<void>(); }
 
@@ -157,7 +171,7 @@ public:
     template <class T>
     [[nodiscard]] T as() const {
         using Element = Internal::StoredElement<T>;
-        requireElement<Element>();
+        static_assert(Internal::isWellKnownElement<Element>, "Read elements of a class of your own with elementAt.");
         const ZVariantGeneric converted = convertOrThrow(Internal::ElementTraits<Element>::code);
         if (converted.elementCount() != 1) {
             throw std::invalid_argument("Cannot read a single value from a ZVariant with another number of elements.");
@@ -177,7 +191,9 @@ public:
     [[nodiscard]] ZVariantGeneric convertOrThrow(WellKnownType target) const {
         ZVariantGeneric converted = convertTo(target);
         if (converted.isNull()) {
-            throw std::runtime_error(conversionFailureText(target));
+            throw std::runtime_error(Internal::conversionFailureText(
+                Storage::valueName, wellKnownDataType(), elementCount(),
+                Internal::normalizeTypeName(Internal::typeNameOfWellKnownType(target))));
         }
         return converted;
     }
@@ -206,8 +222,10 @@ private:
 
     template <class T>
     static constexpr void requireElement() {
-        static_assert(Internal::isWellKnownElement<T>,
-                      "This type is no element type of PyxCore: convert to one of them first.");
+        static_assert(
+            Internal::isWellKnownElement<T> || (std::is_class_v<T> && Storage::holdsCustomClasses),
+            "This type is no element type of PyxCore: convert to one of them first. A class of your own can be "
+            "held by ZVariant, and not by ZVariantAbi.");
     }
 
     // Elements are lent by reference, so T must be stored as it is.
@@ -244,14 +262,6 @@ private:
             throw std::invalid_argument("Wrong data type.");
         }
         return true;
-    }
-
-    std::string conversionFailureText(WellKnownType target) const {
-        using namespace Internal;
-        return std::string("Cannot convert ") + Storage::valueName + " of type '" +
-               normalizeTypeName(typeNameOfWellKnownType(wellKnownDataType())) +
-               "' (size: " + std::to_string(elementCount()) + ") to '" +
-               normalizeTypeName(typeNameOfWellKnownType(target)) + "'";
     }
 
     Storage storage_;

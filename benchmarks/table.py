@@ -1,0 +1,49 @@
+#!/usr/bin/env python3
+"""Prints the results of the benchmarks, from the JSON file that they write, as one table.
+
+Benchmarks are named `task/contender`. The contender `ours` is shown beside each of the others of its task, by the
+median of the repetitions; a ratio below 1 means that ours is faster.
+"""
+import json
+import sys
+
+UNITS = [("ns", 1.0), ("us", 1e3), ("ms", 1e6), ("s", 1e9)]
+
+
+def readable_time(nanoseconds):
+    unit, size = max((u for u in UNITS if nanoseconds >= u[1]), key=lambda u: u[1], default=UNITS[0])
+    return f"{nanoseconds / size:.3g} {unit}"
+
+
+def medians(path):
+    """Processor time in nanoseconds: task -> contender -> median."""
+    with open(path, encoding="utf-8") as file:
+        report = json.load(file)
+    tasks = {}
+    # Results come in the order of interleaving, and families are numbered in the order of the program.
+    for result in sorted(report["benchmarks"], key=lambda r: r["family_index"]):
+        if result.get("aggregate_name") == "median":
+            task, contender = result["run_name"].rsplit("/", 1)
+            tasks.setdefault(task, {})[contender] = result["cpu_time"] * dict(UNITS)[result["time_unit"]]
+    return tasks
+
+
+def rows(tasks):
+    yield "task", "ours", "peer", "peer's time", "ratio"
+    for task, times in tasks.items():
+        if "ours" not in times:
+            continue
+        ours = times.pop("ours")
+        for peer, time in times.items():
+            yield task, readable_time(ours), peer, readable_time(time), f"{ours / time:.2f}"
+
+
+def main():
+    table = list(rows(medians(sys.argv[1])))
+    widths = [max(len(row[column]) for row in table) for column in range(len(table[0]))]
+    align = [str.ljust, str.rjust, str.ljust, str.rjust, str.rjust]
+    for row in table:
+        print("  ".join(pad(cell, width) for pad, cell, width in zip(align, row, widths)).rstrip())
+
+
+main()

@@ -1,0 +1,57 @@
+// Turning values of custom classes into plain data and back.
+#pragma once
+
+#include <pyx/customtypes/CustomTypeCodec.h>
+#include <pyx/customtypes/EncodedCustomTypeValues.h>
+#include <pyx/types/export.h>
+#include <pyx/variant/ZVariant.h>
+
+#include <string>
+#include <typeinfo>
+#include <utility>
+
+namespace Quorvane::Pyx {
+
+// The registry of codecs has one lock, which is held while a function of a client encodes or decodes: such a function
+// must not call anything of this header. All of it may be called from any thread.
+
+namespace Internal {
+
+// Takes the codec by move. Raises std::runtime_error "The proposed addition conflicts with a previously registered
+// codec." when the class or the name is taken, and then leaves the codec with the caller.
+PYXCORE_API void registerCustomTypeCodec(CustomTypeCodec&& codec);
+
+// Whether there was a codec of the class.
+PYXCORE_API bool unregisterCustomTypeCodec(const std::type_info& type);
+
+}  // namespace Internal
+
+// `value` holds elements of a custom class. Raises std::runtime_error "No codec found to encode type " and the class's
+// type_info name, and whatever the encoder raises.
+PYXCORE_API EncodedCustomTypeValues encodeCustomType(const ZVariant& value);
+
+// Raises std::runtime_error "No codec found to decode type " and the name, and whatever the decoder raises.
+PYXCORE_API ZVariant decodeCustomType(const EncodedCustomTypeValues& encoded);
+
+// Makes values of T known under a name, by a function from T to a PropertyMap and one back. Raises as
+// registerCustomTypeCodec does. Functions of a module must not stay registered when it is unloaded: prefer
+// CustomTypeRegistration.
+template <class T, class ToMap, class FromMap>
+void registerCustomType(const std::string& typeName, ToMap toMap, FromMap fromMap) {
+    Internal::registerCustomTypeCodec(buildCustomTypeCodec<T>(typeName, std::move(toMap), std::move(fromMap)));
+}
+
+// The same, until this object ends.
+template <class T>
+class CustomTypeRegistration {
+public:
+    template <class ToMap, class FromMap>
+    CustomTypeRegistration(const std::string& typeName, ToMap toMap, FromMap fromMap) {
+        registerCustomType<T>(typeName, std::move(toMap), std::move(fromMap));
+    }
+    ~CustomTypeRegistration() { Internal::unregisterCustomTypeCodec(typeid(T)); }
+    CustomTypeRegistration(const CustomTypeRegistration&) = delete;
+    CustomTypeRegistration& operator=(const CustomTypeRegistration&) = delete;
+};
+
+}  // namespace Quorvane::Pyx

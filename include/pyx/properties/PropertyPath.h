@@ -1,0 +1,112 @@
+// The address of a place in a property tree.
+#pragma once
+
+#include <pyx/types/InternedString.h>
+
+#include <cstddef>
+#include <cstdint>
+#include <initializer_list>
+#include <stdexcept>
+#include <string>
+#include <string_view>
+#include <type_traits>
+#include <variant>
+#include <vector>
+
+namespace Quorvane::Pyx {
+
+// One step of a path: the key of a map, or a position in a list.
+class PYXCORE_API PropertyPathSegment {
+public:
+    PropertyPathSegment(InternedString name) noexcept : step_(name) {}
+    PropertyPathSegment(const char* name) : step_(InternedString(name)) {}
+    PropertyPathSegment(std::string_view name) : step_(InternedString(name)) {}
+    PropertyPathSegment(const std::string& name) : step_(InternedString(name)) {}
+    // Raises std::invalid_argument for a negative position.
+    template <class Integer, std::enable_if_t<std::is_integral_v<Integer>, int> = 0>
+    PropertyPathSegment(Integer position) : step_(static_cast<std::uint64_t>(position)) {
+        if constexpr (std::is_signed_v<Integer>) {
+            if (position < 0) {
+                throw std::invalid_argument("Property Path index is negative: " + std::to_string(position));
+            }
+        }
+    }
+
+    bool isName() const noexcept { return step_.index() == 0; }
+    bool isIndex() const noexcept { return step_.index() == 1; }
+
+    // Raise std::runtime_error when the segment is the other kind, and std::bad_variant_access when it is valueless.
+    InternedString name() const {
+        if (isIndex()) {
+            throw std::runtime_error("Property Path segment is an index, not a name.");
+        }
+        return std::get<0>(step_);
+    }
+    std::uint64_t index() const {
+        if (isName()) {
+            throw std::runtime_error("Property Path segment is a name, not an index.");
+        }
+        return std::get<1>(step_);
+    }
+
+    // A name and an index are never equal, not even the name "0" and the index 0.
+    friend bool operator==(const PropertyPathSegment& left, const PropertyPathSegment& right) noexcept {
+        return left.step_ == right.step_;
+    }
+    friend bool operator!=(const PropertyPathSegment& left, const PropertyPathSegment& right) noexcept {
+        return !(left == right);
+    }
+
+private:
+    std::variant<InternedString, std::uint64_t> step_;
+};
+
+// A sequence of steps from the root of a tree; the empty path is the root itself. An ordinary value.
+class PYXCORE_API PropertyPath {
+public:
+    PropertyPath() = default;
+    // `{"sensors", 3, "gain"}`
+    PropertyPath(std::initializer_list<PropertyPathSegment> segments) : segments_(segments) {}
+
+    void append(PropertyPathSegment segment) { segments_.push_back(segment); }
+
+    // The path of a child.
+    friend PropertyPath operator/(PropertyPath path, PropertyPathSegment segment) {
+        path.append(segment);
+        return path;
+    }
+
+    // The path without its last segment. Raises std::out_of_range for the empty path.
+    PropertyPath parent() const {
+        if (empty()) {
+            throw std::out_of_range("The empty Property Path has no parent.");
+        }
+        PropertyPath path(*this);
+        path.segments_.pop_back();
+        return path;
+    }
+
+    std::size_t size() const noexcept { return segments_.size(); }
+    bool empty() const noexcept { return segments_.empty(); }
+    auto begin() const noexcept { return segments_.begin(); }
+    auto end() const noexcept { return segments_.end(); }
+    // The position must be below size().
+    const PropertyPathSegment& operator[](std::size_t position) const { return segments_[position]; }
+    // Raises std::out_of_range.
+    const PropertyPathSegment& at(std::size_t position) const {
+        if (position >= size()) {
+            throw std::out_of_range("Property Path has no segment " + std::to_string(position));
+        }
+        return segments_[position];
+    }
+
+    friend bool operator==(const PropertyPath& left, const PropertyPath& right) noexcept {
+        return left.segments_ == right.segments_;
+    }
+    friend bool operator!=(const PropertyPath& left, const PropertyPath& right) noexcept { return !(left == right); }
+
+private:
+    std::vector<PropertyPathSegment> segments_;
+};
+
+}  // namespace Quorvane::Pyx

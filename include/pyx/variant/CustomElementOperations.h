@@ -1,0 +1,84 @@
+// What a class of a client answers as an element.
+#pragma once
+
+#include <pyx/types/dispatch.h>
+#include <pyx/variant/ElementOperations.h>
+#include <pyx/variant/OwnedData.h>
+#include <pyx/variant/VectorVariantData.h>
+#include <pyx/variant/array_operations.h>
+#include <pyx/variant/factories.h>
+
+#include <algorithm>
+#include <cstdint>
+#include <type_traits>
+
+namespace Quorvane::Pyx::Internal {
+
+// A custom element has the code customType and is told apart by its type identity, compares by its own ==, and converts
+// to no other type, but for elements that equal a default-constructed one: these give defaults in the mode Exact.
+template <class T>
+struct CustomElementOperations {
+    static_assert(
+        std::is_class_v<T> && std::is_copy_constructible_v<T> && std::is_copy_assignable_v<T> &&
+            std::is_default_constructible_v<T>,
+        "An element is one of PyxCore's element types, or a class that can be copied and default-constructed.");
+
+    static constexpr WellKnownType type = WellKnownType::customType;
+
+    static CustomTypeOperations* customTypeOperations() {
+        static CustomTypeOperations operations{&compareElements};
+        return &operations;
+    }
+
+    static IVariantData* convertScalar(const T& value, WellKnownType target, ConversionMode mode) {
+        return dispatchElementType(target, [&](auto tag) -> IVariantData* {
+            using Target = typename decltype(tag)::type;
+            return areDefault(&value, 1, mode) ? constructVariantScalar<Target>(nullptr, 0, Target{}) : nullptr;
+        });
+    }
+
+    static IVariantData* convertArray(const IVariantData& source, WellKnownType target, ConversionMode mode) {
+        return dispatchElementType(target, [&](auto tag) -> IVariantData* {
+            using Target = typename decltype(tag)::type;
+            const std::uint64_t shown = source.dimensions().elementCount();
+            const std::uint64_t count = std::min(shown, source.numberAllocatedElements());
+            if (!areDefault(static_cast<const T*>(source.constStoredData()), count, mode)) {
+                return nullptr;
+            }
+            OwnedData<> defaults(constructVariantVectorWithoutDataWithDimsUnresolved<Target>(source.dimensions(),
+                                                                                             source.dataOrdering()));
+            std::fill_n(static_cast<Target*>(defaults->mutableStoredData()), shown, Target{});
+            return defaults.release();
+        });
+    }
+
+    static IVariantData* reorder(const IVariantData& source, DataOrdering wanted) {
+        auto result = VectorVariantData<T>::make(source.dimensions(), wanted);
+        const DataOrdering ordering = source.dataOrdering();
+        const bool known = ordering == DataOrdering::RowMajor || ordering == DataOrdering::ColumnMajor;
+        if (known && result->numberAllocatedElements() != 0) {
+            reorderByElement(static_cast<const T*>(source.constStoredData()), source.numberAllocatedElements(),
+                             ordering, source.dimensions(), result->elements());
+        }
+        return result.release();
+    }
+
+    static IVariantData* rebuild(const IVariantData* source, ArrayDimensionsView wanted, DataOrdering ordering) {
+        return rebuildArray<T>(source, wanted, ordering);
+    }
+
+private:
+    // Whether the elements may become defaults of another type. No elements are none.
+    static bool areDefault(const T* elements, std::uint64_t count, ConversionMode mode) {
+        return mode == ConversionMode::Exact && count != 0 &&
+               std::all_of(elements, elements + count, [](const T& element) { return element == T{}; });
+    }
+
+    // Identity and equivalence are the same for a custom class.
+    static bool compareElements(const void* left, const void* right, std::uint64_t count, std::uint8_t) {
+        const T* const elements = static_cast<const T*>(left);
+        return std::equal(elements, elements + count, static_cast<const T*>(right));
+    }
+};
+
+}  // namespace Quorvane::Pyx::Internal

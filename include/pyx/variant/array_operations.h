@@ -1,0 +1,63 @@
+// How arrays of any element type are reordered and rebuilt, element by element.
+#pragma once
+
+#include <pyx/indexing/index_walk.h>
+#include <pyx/variant/ElementOperations.h>
+#include <pyx/variant/VectorVariantData.h>
+
+#include <algorithm>
+#include <cstdint>
+#include <stdexcept>
+#include <typeinfo>
+
+namespace Quorvane::Pyx::Internal {
+
+// Whether the elements are of type T, a custom class or not.
+template <class T>
+bool storesElements(const IVariantData& data) {
+    if (data.wellKnownDataType() != ElementOperations<T>::type) {
+        return false;
+    }
+    return isWellKnownElement<T> || (data.storedTypeInfo() != nullptr && *data.storedTypeInfo() == typeid(T));
+}
+
+// Copies from storage in one ordering to storage in the other, in row-major order, the elements from number `first` on,
+// at which the walk is at its start: as many as are allocated. A shape that hides elements makes the walk over a
+// row-major source wrap, deliberately, so that later elements replace earlier ones; one that promises more than there
+// are leaves the rest of the target alone. No length may be 0.
+template <class T>
+void reorderByElement(const T* source, std::uint64_t allocated, DataOrdering ordering, ArrayDimensionsView dimensions,
+                      T* target, std::uint64_t first = 0) {
+    const std::uint64_t shown = dimensions.elementCount();
+    if (ordering == DataOrdering::RowMajor) {
+        forEachInRowMajorOrder(dimensions, allocated - first,
+                               [&](std::uint64_t i, std::uint64_t offset) { target[offset] = source[first + i]; });
+    } else {
+        forEachInRowMajorOrder(dimensions, std::min(allocated, shown), [&](std::uint64_t i, std::uint64_t offset) {
+            if (offset < allocated) {
+                target[i] = source[offset];
+            }
+        });
+    }
+}
+
+// The body of reshapeToZVariant.
+template <class T>
+IVariantData* rebuildArray(const IVariantData* source, ArrayDimensionsView wanted, DataOrdering ordering) {
+    const std::uint64_t available = source == nullptr ? 0 : source->numberAllocatedElements();
+    if (available != 0 && !storesElements<T>(*source)) {
+        throw std::invalid_argument("Wrong data type.");
+    }
+    auto result = VectorVariantData<T>::makeForOverwrite(wanted, ordering);
+    const std::uint64_t total = result->numberAllocatedElements();
+    const std::uint64_t copied = std::min(total, available);
+    if (copied != 0) {
+        copyElements(result->elements(), static_cast<const T*>(source->constStoredData()), copied);
+    }
+    if constexpr (std::is_trivially_copyable_v<T>) {
+        std::fill(result->elements() + copied, result->elements() + total, T{});
+    }
+    return result.release();
+}
+
+}  // namespace Quorvane::Pyx::Internal

@@ -1,0 +1,20 @@
+// What is said of a conversion that was refused.
+#pragma once
+
+#include <pyx/types/portable_type_names.h>
+
+#include <cstdint>
+#include <string>
+
+namespace Quorvane::Pyx::Internal {
+
+// "Cannot convert ..." with the names of both types and the number of elements. Raises std::runtime_error "unknown
+// type" or "not a numeric type" instead when the source has no portable name.
+inline std::string conversionFailureText(const char* valueName, WellKnownType source, std::uint64_t elementCount,
+                                         const std::string& targetName) {
+    return std::string("Cannot convert ") + valueName + " of type '" +
+           normalizeTypeName(typeNameOfWellKnownType(source)) + "' (size: " + std::to_string(elementCount) + ") to '" +
+           targetName + "'";
+}
+
+}  // namespace Quorvane::Pyx::Internal

@@ -1,0 +1,100 @@
+// The process-wide registry of codecs.
+
+#include "customtypes/PropertyPathCodec.h"
+
+#include <pyx/customtypes/custom_types.h>
+
+#include <algorithm>
+#include <mutex>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+namespace Quorvane::Pyx {
+
+namespace {
+
+using Internal::CustomTypeCodec;
+
+// No two codecs have the same class or the same name.
+class CodecRegistry {
+public:
+    static CodecRegistry& instance() {
+        static CodecRegistry registry;
+        return registry;
+    }
+
+    void add(CustomTypeCodec&& codec) {
+        const std::lock_guard lock(mutex_);
+        const bool taken = std::any_of(codecs_.begin(), codecs_.end(), [&](const CustomTypeCodec& present) {
+            return *present.typeInfo == *codec.typeInfo || present.typeName == codec.typeName;
+        });
+        if (taken) {
+            throw std::runtime_error("The proposed addition conflicts with a previously registered codec.");
+        }
+        codecs_.push_back(std::move(codec));
+    }
+
+    bool remove(const std::type_info& type) {
+        const std::lock_guard lock(mutex_);
+        const auto found = std::find_if(codecs_.begin(), codecs_.end(),
+                                        [&](const CustomTypeCodec& codec) { return *codec.typeInfo == type; });
+        if (found == codecs_.end()) {
+            return false;
+        }
+        codecs_.erase(found);
+        return true;
+    }
+
+    // Calls use(codec) under the lock, with the codec that `matches`.
+    template <class Matches, class Use>
+    auto useCodec(Matches matches, const std::string& failureText, Use use) {
+        const std::lock_guard lock(mutex_);
+        const auto found = std::find_if(codecs_.begin(), codecs_.end(), matches);
+        if (found == codecs_.end()) {
+            throw std::runtime_error(failureText);
+        }
+        return use(*found);
+    }
+
+private:
+    CodecRegistry() {
+        codecs_.push_back(buildCustomTypeCodec<PropertyPath>("PropertyPath", Internal::encodePropertyPath,
+                                                             Internal::decodePropertyPath));
+    }
+
+    std::mutex mutex_;
+    std::vector<CustomTypeCodec> codecs_;
+};
+
+}  // namespace
+
+namespace Internal {
+
+void registerCustomTypeCodec(CustomTypeCodec&& codec) {
+    CodecRegistry::instance().add(std::move(codec));
+}
+
+bool unregisterCustomTypeCodec(const std::type_info& type) {
+    return CodecRegistry::instance().remove(type);
+}
+
+}  // namespace Internal
+
+EncodedCustomTypeValues encodeCustomType(const ZVariant& value) {
+    const std::type_info& type = value.storedTypeInfo();
+    return CodecRegistry::instance().useCodec([&](const CustomTypeCodec& codec) { return *codec.typeInfo == type; },
+                                              std::string("No codec found to encode type ") + type.name(),
+                                              [&](const CustomTypeCodec& codec) {
+                                                  return EncodedCustomTypeValues{codec.typeName, codec.encoder(value)};
+                                              });
+}
+
+ZVariant decodeCustomType(const EncodedCustomTypeValues& encoded) {
+    return CodecRegistry::instance().useCodec(
+        [&](const CustomTypeCodec& codec) { return codec.typeName == encoded.typeName; },
+        "No codec found to decode type " + encoded.typeName,
+        [&](const CustomTypeCodec& codec) { return codec.decoder(encoded.values); });
+}
+
+}  // namespace Quorvane::Pyx

@@ -1,0 +1,94 @@
+// Offsets, index tuples and strides, against a walk over the shape.
+#include <gmock/gmock.h>
+#include <pyx/indexing/ArrayIndexing.h>
+
+#include <stdexcept>
+#include <vector>
+
+namespace Quorvane::Pyx {
+namespace {
+
+using Indices = std::vector<std::uint64_t>;
+using testing::ThrowsMessage;
+
+struct Ordering {
+    std::uint64_t (*offset)(const Indices&, ArrayDimensionsView, bool);
+    void (*indices)(Indices&, std::uint64_t, ArrayDimensionsView, bool);
+    std::uint64_t (*stride)(std::uint64_t, ArrayDimensionsView);
+    bool lastFastest;
+};
+
+const Ordering rowMajor{ArrayIndexing::calculateOffsetRowMajor, ArrayIndexing::CalculateIndicesRowMajor,
+                        ArrayIndexing::CalculateDimStrideRowMajor, true};
+const Ordering columnMajor{ArrayIndexing::calculateOffsetColumnMajor, ArrayIndexing::CalculateIndicesColumnMajor,
+                           ArrayIndexing::CalculateDimStrideColumnMajor, false};
+
+TEST(ArrayIndexing, OffsetsAndIndicesAreInverseAlongTheWalk) {
+    for (const Ordering& ordering : {rowMajor, columnMajor}) {
+        for (const Indices& shape : {Indices{7}, {2, 3}, {1, 1, 5}, {5, 1, 1}, {3, 1, 2, 4}}) {
+            Indices walk(shape.size(), 0);
+            for (std::uint64_t offset = 0; offset < ArrayDimensionsView(shape).elementCount(); ++offset) {
+                EXPECT_EQ(ordering.offset(walk, shape, true), offset);
+                Indices found{99, 98, 97, 96, 95, 94};
+                ordering.indices(found, offset, shape, true);
+                EXPECT_EQ(found, walk);
+                for (std::size_t step = 0; step < shape.size(); ++step) {
+                    const std::size_t k = ordering.lastFastest ? shape.size() - 1 - step : step;
+                    if (++walk[k] < shape[k]) {
+                        break;
+                    }
+                    walk[k] = 0;
+                }
+            }
+        }
+    }
+}
+
+TEST(ArrayIndexing, ChecksComeInTheirOrder) {
+    for (const Ordering& ordering : {rowMajor, columnMajor}) {
+        const Indices shape{2, 3};
+        for (const bool checkBounds : {false, true}) {
+            EXPECT_THAT(
+                [&] {
+                    ordering.offset({5, 5, 5}, shape, checkBounds);
+                },
+                ThrowsMessage<std::invalid_argument>("Wrong number of indices."));
+            EXPECT_EQ(ordering.offset({}, {}, checkBounds), 0u);
+        }
+        EXPECT_THAT(
+            [&] {
+                ordering.offset({0, 3}, shape, true);
+            },
+            ThrowsMessage<std::out_of_range>("Indices out of bounds."));
+        Indices found{1, 2, 3};
+        for (const Indices& empty : {Indices{}, {0, 3}}) {
+            EXPECT_THAT([&] { ordering.indices(found, 0, empty, true); },
+                        ThrowsMessage<std::invalid_argument>("Too few indices."));
+            EXPECT_TRUE(found.empty());
+        }
+        EXPECT_THAT([&] { ordering.indices(found, 6, shape, true); },
+                    ThrowsMessage<std::invalid_argument>("Too few indices."));
+        EXPECT_NO_THROW(ordering.indices(found, 4, Indices({0, 3, 0}), false));
+    }
+}
+
+TEST(ArrayIndexing, ExcessLandsInTheSlowestDimension) {
+    Indices found;
+    rowMajor.indices(found, 13, {1, 2, 3}, false);
+    EXPECT_EQ(found, Indices({2, 0, 1}));
+    columnMajor.indices(found, 13, {2, 3, 1}, false);
+    EXPECT_EQ(found, Indices({1, 6, 0}));
+    columnMajor.indices(found, 13, {1, 1}, false);
+    EXPECT_EQ(found, Indices({0, 0}));
+}
+
+TEST(ArrayIndexing, StridesLeaveOutTheirOwnLength) {
+    EXPECT_EQ(columnMajor.stride(0, {}), 0u);
+    EXPECT_EQ(rowMajor.stride(2, {0, 0, 0}), 1u);
+    EXPECT_EQ(columnMajor.stride(2, {4, 5, 0}), 20u);
+    EXPECT_EQ(rowMajor.stride(0, {0, 5, 6}), 30u);
+    EXPECT_EQ(rowMajor.stride(3, {4, 5, 6}), 0u);
+}
+
+}  // namespace
+}  // namespace Quorvane::Pyx

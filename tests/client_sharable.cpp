@@ -1,0 +1,125 @@
+// A client of the sharable value type, built with the library's compiler and with another one on another standard
+// library. Uses no test framework, since that would be built for one of the two only.
+#include <pyx/pyx.h>
+
+#include <complex>
+#include <cstdio>
+#include <iostream>
+#include <limits>
+#include <new>
+#include <sstream>
+#include <stdexcept>
+#include <string>
+#include <typeinfo>
+#include <vector>
+
+using namespace Quorvane::Pyx;
+
+namespace {
+
+int failures = 0;
+
+void check(bool holds, const char* what, int line) {
+    if (!holds) {
+        std::cerr << "line " << line << ": " << what << '\n';
+        ++failures;
+    }
+}
+#define CHECK(condition) check((condition), #condition, __LINE__)
+
+std::string textOf(const ZVariantAbi& value) {
+    std::ostringstream out;
+    out << value;
+    return out.str();
+}
+
+// Whether `action` throws exactly Error, caught by its class in this module, with this text.
+template <class Error, class Action>
+bool throws(const char* text, Action action) {
+    try {
+        action();
+    } catch (const Error& error) {
+        return typeid(error) == typeid(Error) && (text == nullptr || std::string(error.what()) == text);
+    } catch (...) {
+    }
+    return false;
+}
+
+void valuesCrossTheBoundary() {
+    ZVariantAbi grid = ZVariantAbi::fromData({0.5, 1.5, 2.5, 3.5, 4.5, 5.5}, {2, 3});
+    CHECK(grid.wellKnownDataType() == WellKnownType::double_);
+    CHECK(grid.dimensions() == ArrayDimensionsView({2, 3}));
+    CHECK(grid.elementAt<double>(4) == 4.5);
+    CHECK(textOf(grid.convertTo(WellKnownType::int32)) == "[0, 1, 2, 3, 4, 5]");
+    CHECK(textOf(grid.reordered(DataOrdering::ColumnMajor)) == "[0.5, 3.5, 1.5, 4.5, 2.5, 5.5]");
+    CHECK(textOf(grid.reshaped({2, 2})) == "[0.5, 1.5, 2.5, 3.5]");
+    CHECK(textOf(ZVariantAbi(std::complex<float>(1, -2))) == "(1,-2)");
+    CHECK(textOf(ZVariantAbi(true)) == "true" && textOf(ZVariantAbi()) == "null");
+    CHECK(ZVariantAbi(3.9).as<long>() == 3);
+    CHECK(ZVariantAbi(std::numeric_limits<long>::min()).as<long>() == std::numeric_limits<long>::min());
+
+    const ZVariantAbi kept = grid;
+    grid.mutableElementAt<double>(0) = 7;
+    CHECK(kept.elementAt<double>(0) == 0.5 && grid.elementAt<double>(0) == 7);
+    double sum = 0;
+    for (const double element : ZVariantAbi(kept).valueRange<double>()) {
+        sum += element;
+    }
+    CHECK(sum == 18);
+
+    ZVariantAbi moved = std::move(grid);
+    grid = moved;
+    moved = static_cast<ZVariantAbi&>(moved);
+    CHECK(grid.elementAt<double>(0) == 7 && moved.elementAt<double>(0) == 7);
+}
+
+void failuresComeBackAsTheSameExceptions() {
+    const ZVariantAbi grid = ZVariantAbi::fromData({1., 2., 3., 4., 5., 6.}, {2, 3});
+    CHECK(throws<std::runtime_error>(
+        "Cannot convert Quorvane::Pyx::ZVariantAbi of type 'double' (size: 6) to 'Quorvane::Pyx::Duration'",
+        [&] { (void)grid.convertOrThrow(WellKnownType::duration); }));
+    CHECK(throws<std::runtime_error>("not a numeric type",
+                                     [&] { (void)grid.convertTo(WellKnownType::fromCode(0x4008)); }));
+    CHECK(throws<std::length_error>("dimensions do not match data length", [] {
+        ZVariantAbi::fromData({1, 2, 3}, {2, 2});
+    }));
+    CHECK(throws<std::out_of_range>("Indices out of bounds.", [&] { (void)grid.elementAt<double>(6); }));
+    CHECK(throws<std::invalid_argument>("Wrong data type.", [&] { (void)grid.elementAt<int>(0); }));
+    CHECK(
+        throws<std::invalid_argument>("Cannot reshape a scalar ZVariant to different dimensions without reallocating.",
+                                      [] { ZVariantAbi(1).reshapeNoRealloc({2}); }));
+    CHECK(throws<std::bad_alloc>(nullptr, [] {
+        (void)ZVariantAbi::allocate<double>({std::numeric_limits<std::uint64_t>::max() / sizeof(double)});
+    }));
+    // A handler that does not match must not stop the search, in whichever runtime that is.
+    CHECK(throws<std::length_error>(nullptr, [] {
+        try {
+            ZVariantAbi::fromData({1, 2, 3}, {2, 2});
+        } catch (const std::runtime_error&) {
+        }
+    }));
+}
+
+#if PYXCORE_SAME_STANDARD_LIBRARY
+void textsCrossWithinOneStandardLibrary() {
+    const ZVariantAbi names = ZVariantAbi::fromData({"lattice", "a text that needs a buffer of its own"});
+    CHECK(textOf(names) == "['lattice', 'a text that needs a buffer of its own']");
+    CHECK(names.elementAt<std::string>(0) == "lattice");
+    CHECK(textOf(ZVariantAbi(2).convertTo(WellKnownType::string, ConversionMode::CastOrText)) == "'2'");
+}
+#else
+void textsCrossWithinOneStandardLibrary() {
+    const ZVariantAbi text = ZVariantAbi(2).convertTo(WellKnownType::string, ConversionMode::CastOrText);
+    CHECK(text.wellKnownDataType() == WellKnownType::string);
+    CHECK(throws<std::runtime_error>(nullptr, [&] { (void)textOf(text); }));
+}
+#endif
+
+}  // namespace
+
+int main() {
+    valuesCrossTheBoundary();
+    failuresComeBackAsTheSameExceptions();
+    textsCrossWithinOneStandardLibrary();
+    return failures != 0;
+}

@@ -1,0 +1,170 @@
+// The two value types, which must not differ but where they say so.
+#include "element_sequence.h"
+
+#include <gmock/gmock.h>
+#include <pyx/pyx.h>
+
+#include <limits>
+#include <string>
+#include <type_traits>
+#include <vector>
+
+namespace Quorvane::Pyx {
+namespace {
+
+using testing::ElementsAre;
+using testing::ThrowsMessage;
+
+template <class Value>
+struct Values : testing::Test {};
+using BothValues = testing::Types<ZVariant, ZVariantAbi>;
+TYPED_TEST_SUITE(Values, BothValues, );
+
+template <class T, class Value>
+std::vector<T> elementsOf(const Value& value) {
+    const auto range = Value(value).template valueRange<T>();
+    return {range.begin(), range.end()};
+}
+
+TYPED_TEST(Values, NullHasNoElements) {
+    const TypeParam null;
+    EXPECT_TRUE(null.isNull());
+    EXPECT_TRUE(null.dimensions().empty());
+    EXPECT_EQ(null.elementCount(), 0u);
+    EXPECT_EQ(null.wellKnownDataType(), WellKnownType::unknown);
+    // A custom class has no code of its own either.
+    EXPECT_TRUE(null.template isElementType<std::vector<int>>());
+    EXPECT_THAT([&] { (void)null.template elementAt<double>(0); },
+                ThrowsMessage<std::invalid_argument>("Cannot access element of null variant."));
+    EXPECT_TRUE(elementsOf<double>(null).empty());
+    EXPECT_THAT([&] { (void)null.convertOrThrow(WellKnownType::unknown); },
+                ThrowsMessage<std::runtime_error>("unknown type"));
+    EXPECT_TRUE(null.reshaped({3}).isNull() && null.reordered(DataOrdering::ColumnMajor).isNull());
+    EXPECT_EQ(null.convertTo(WellKnownType::double_).wellKnownDataType(), WellKnownType::double_);
+}
+
+TYPED_TEST(Values, EveryIntegerTypeHasItsElementType) {
+    EXPECT_EQ(TypeParam(1L).wellKnownDataType(), WellKnownType::int64);
+    EXPECT_EQ(TypeParam(1UL).wellKnownDataType(), WellKnownType::unsignedInt64);
+    EXPECT_EQ(TypeParam(1LL).wellKnownDataType(), WellKnownType::int64);
+    EXPECT_EQ(TypeParam('a').wellKnownDataType(), WellKnownType::int8);
+    EXPECT_EQ(TypeParam(true).wellKnownDataType(), WellKnownType::bool_);
+    EXPECT_EQ(TypeParam("text").wellKnownDataType(), WellKnownType::string);
+    EXPECT_EQ(TypeParam(std::numeric_limits<unsigned long>::max()).template as<unsigned long>(),
+              std::numeric_limits<unsigned long>::max());
+    EXPECT_EQ(TypeParam::fromData({1L, 2L}).wellKnownDataType(), WellKnownType::int64);
+    EXPECT_FALSE((std::is_constructible_v<TypeParam, int*>) || (std::is_constructible_v<TypeParam, std::nullptr_t>));
+}
+
+TYPED_TEST(Values, ElementsAreReadByTypeAndPosition) {
+    const auto grid = TypeParam::fromData({1., 2., 3., 4.}, {2, 2}, DataOrdering::ColumnMajor);
+    EXPECT_EQ(grid.template elementAt<double>(1), 2);
+    EXPECT_THAT([&] { (void)grid.template elementAt<double>(4); },
+                ThrowsMessage<std::out_of_range>("Indices out of bounds."));
+    EXPECT_THAT([&] { (void)grid.template elementAt<int>(9); },
+                ThrowsMessage<std::invalid_argument>("Wrong data type."));
+    EXPECT_THAT([] { (void)TypeParam::template allocate<double>({}).template elementAt<double>(0); },
+                ThrowsMessage<std::out_of_range>("Indices out of bounds."));
+    EXPECT_THAT([&] { (void)elementsOf<int>(grid); },
+                ThrowsMessage<std::runtime_error>("Data type mismatch, cannot provide iterable container"));
+    EXPECT_TRUE(elementsOf<double>(TypeParam::template allocate<int>({0})).empty());
+    EXPECT_THAT(elementsOf<double>(TypeParam(2.5)), ElementsAre(2.5));
+    EXPECT_EQ(grid.template data<double>()[3], 4);
+    EXPECT_THAT([&] { (void)grid.template data<float>(); }, ThrowsMessage<std::invalid_argument>("Wrong data type."));
+    EXPECT_EQ(TypeParam(7).template as<double>(), 7);
+    EXPECT_THROW((void)grid.template as<double>(), std::invalid_argument);
+}
+
+TYPED_TEST(Values, CopiesAreIndependent) {
+    for (const TypeParam& original : {TypeParam(1.5), TypeParam::fromData({1.5, 2.5})}) {
+        TypeParam copy = original;
+        EXPECT_EQ(copy.dimensions(), original.dimensions());
+        copy.template mutableElementAt<double>(0) = 9;
+        EXPECT_EQ(original.template elementAt<double>(0), 1.5);
+        EXPECT_EQ(copy.template elementAt<double>(0), 9);
+        copy = original;
+        *copy.template mutableData<double>() = 8;
+        EXPECT_EQ(original.template elementAt<double>(0), 1.5);
+    }
+    // Data on the heap are shared until then, a writer that is alone writes in place.
+    auto array = TypeParam::fromData({1, 2, 3});
+    const int* const before = array.template data<int>();
+    {
+        const TypeParam shared = array;
+        EXPECT_EQ(shared.template data<int>(), before);
+        EXPECT_EQ(array.convertTo(WellKnownType::int32).template data<int>(), before);
+    }
+    EXPECT_EQ(array.template mutableData<int>(), before);
+}
+
+TYPED_TEST(Values, AssignmentAndMovesKeepTheValue) {
+    for (const TypeParam& original : {TypeParam("a text that needs a buffer of its own"),
+                                      TypeParam::fromData({"one", "two"}), TypeParam("short")}) {
+        const std::string text = original.template elementAt<std::string>(0);
+        TypeParam value = original;
+        value = static_cast<const TypeParam&>(value);
+        EXPECT_EQ(value.template elementAt<std::string>(0), text);
+        value = static_cast<TypeParam&&>(value);
+        EXPECT_EQ(value.template elementAt<std::string>(0), text);
+        TypeParam moved(std::move(value));
+        const TypeParam copyOfMoved(value);
+        value = moved;
+        EXPECT_EQ(value.template elementAt<std::string>(0), text);
+        moved = TypeParam(1.5);
+        moved = std::move(value);
+        EXPECT_EQ(moved.template elementAt<std::string>(0), text);
+        std::swap(moved, value = TypeParam(2));
+        EXPECT_EQ(moved.template as<int>(), 2);
+    }
+    EXPECT_TRUE(std::is_nothrow_move_constructible_v<TypeParam> && std::is_nothrow_move_assignable_v<TypeParam>);
+}
+
+TYPED_TEST(Values, ArraysAreReshapedAndReordered) {
+    auto grid = TypeParam::fromVector(std::vector<int>{1, 2, 3, 4, 5, 6}, {2, 3});
+    const TypeParam columns = grid.reordered(DataOrdering::ColumnMajor);
+    EXPECT_THAT(elementsOf<int>(columns), ElementsAre(1, 4, 2, 5, 3, 6));
+    EXPECT_THAT(elementsOf<int>(grid), ElementsAre(1, 2, 3, 4, 5, 6));
+    EXPECT_THAT(elementsOf<int>(columns.reshaped({7})), ElementsAre(1, 4, 2, 5, 3, 6, 0));
+    grid.reshapeNoRealloc({6});
+    EXPECT_EQ(grid.dimensions(), ArrayDimensionsView({6}));
+    const TypeParam shared = grid;
+    EXPECT_THROW(grid.reshapeNoRealloc({2}), std::runtime_error);
+    EXPECT_EQ(TypeParam(5).reordered(DataOrdering::ColumnMajor).dataOrdering(), DataOrdering::RowMajor);
+}
+
+TYPED_TEST(Values, RefusedConversionsAreNullOrAText) {
+    const auto grid = TypeParam::fromData({1., 2., 3., 4., 5., 6.}, {2, 3});
+    EXPECT_TRUE(grid.convertTo(WellKnownType::string).isNull());
+    EXPECT_FALSE(grid.convertTo(WellKnownType::string, ConversionMode::CastOrText).isNull());
+    const std::string name = std::is_same_v<TypeParam, ZVariant> ? "ZVariant" : "ZVariantAbi";
+    EXPECT_THAT([&] { (void)grid.convertOrThrow(WellKnownType::string); },
+                ThrowsMessage<std::runtime_error>("Cannot convert Quorvane::Pyx::" + name +
+                                                  " of type 'double' (size: 6) to 'std::string'"));
+    EXPECT_THAT([&] { (void)grid.convertTo(WellKnownType::customType); },
+                ThrowsMessage<std::runtime_error>("unknown type"));
+}
+
+TEST(ZVariant, AdoptsVectorsAndKeepsScalarsInline) {
+    std::vector<double> samples{1, 2, 3, 4};
+    const double* const storage = samples.data();
+    auto grid = ZVariant::fromVector(std::move(samples), {2, 2});
+    EXPECT_EQ(grid.data<double>(), storage);
+
+    // A shape that outgrew its elements shows none that are not there.
+    std::vector<std::string> texts;
+    texts.reserve(4);
+    texts.emplace_back("one");
+    auto grown = ZVariant::fromVector(std::move(texts));
+    grown.reshapeNoRealloc({4});
+    EXPECT_EQ(grown.elementAt<std::string>(0), "one");
+    EXPECT_THROW((void)grown.elementAt<std::string>(1), std::out_of_range);
+
+    const ZVariant scalar = "lattice";
+    const auto* const inside = reinterpret_cast<const char*>(scalar.data<std::string>());
+    EXPECT_TRUE(inside >= reinterpret_cast<const char*>(&scalar) &&
+                inside < reinterpret_cast<const char*>(&scalar + 1));
+    EXPECT_EQ(sizeof(ZVariant), 48u);
+}
+
+}  // namespace
+}  // namespace Quorvane::Pyx
