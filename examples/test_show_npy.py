@@ -157,6 +157,8 @@ def check_damaged_files():
         ("(4294967296, 4294967296)", "more elements than the file holds"),
         ("(2305843009213693952, 8)", "more elements than the file holds"),
         ("(4611686018427387904, 2, 2)", "more elements than the file holds"),
+        # 2 * (2^63 + 3) wraps to the right number, 6.
+        ("(2, 9223372036854775811)", "more elements than the file holds"),
         ("(18446744073709551616,)", "beyond 64 bits"),
         ("(7,)", "more elements than the file holds"),
         ("(5,)", "take 40 bytes, and the file holds 48"),
