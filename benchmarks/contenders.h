@@ -24,3 +24,4 @@ void addConversions();
 void addReorders();
 void addCalls();
 void addTexts();
+void addTrees();

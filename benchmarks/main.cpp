@@ -29,6 +29,7 @@ int main(int argc, char** argv) {
     addReorders();
     addCalls();
     addTexts();
+    addTrees();
     const bool anyMatched = benchmark::RunSpecifiedBenchmarks() != 0;
     benchmark::Shutdown();
     return anyMatched ? 0 : 1;

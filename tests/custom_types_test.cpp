@@ -121,7 +121,7 @@ TEST(CustomTypes, PathsAreBuiltIn) {
     const std::pair<PropertyNode, const char*> failures[] = {
         {PropertyMap{{"pat", 1}}, "Key not found: path"},
         {PropertyMap{{"path", 1}}, "PropertyNode is not a list"},
-        {PropertyMap{{"path", PropertyList{PropertyList{}}}}, "PropertyNode is not a value"}};
+        {PropertyMap{{"path", PropertyList{PropertyNode(PropertyList())}}}, "PropertyNode is not a value"}};
     for (const auto& [values, text] : failures) {
         EXPECT_THAT(([values = values] {
                         decodeCustomType({"PropertyPath", values});

@@ -108,7 +108,8 @@ TEST(PropertyTree, ChangesInPlace) {
 
 TEST(PropertyTree, MayTakeThePlaceOfItsParent) {
     for (const bool moving : {false, true}) {
-        PropertyNode root = PropertyList{PropertyList{PropertyMap{{"deep", "a text that needs a buffer of its own"}}}};
+        const PropertyList inner{PropertyMap{{"deep", "a text that needs a buffer of its own"}}};
+        PropertyNode root = PropertyList{PropertyNode(inner)};
         PropertyNode& child = root.list()[0];
         root = moving ? PropertyNode(std::move(child)) : child;
         root = static_cast<const PropertyNode&>(root).list()[0];

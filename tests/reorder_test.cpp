@@ -73,6 +73,14 @@ OwnedData<> arrayOf(std::uint64_t count, const Shape& shape, DataOrdering orderi
         constructVariantVectorWithDataWithDimsUnresolved<T>(sequence<T>(count).get(), count, shape, ordering));
 }
 
+// The sanitizers tell whether anything was touched that is not there.
+void expectInside(IVariantData& array) {
+    const OwnedData<> columns(array.reorderData(DataOrdering::ColumnMajor));
+    const OwnedData<> rows(array.reorderData(DataOrdering::RowMajor));
+    EXPECT_EQ(columns->numberAllocatedElements(), 2u);
+    EXPECT_EQ(rows->numberAllocatedElements(), 2u);
+}
+
 template <class T>
 struct Reorder : testing::Test {};
 TYPED_TEST_SUITE(Reorder, AllElementTypes);
@@ -116,7 +124,14 @@ TYPED_TEST(Reorder, CountsWhatAShapeHidesOrPromises) {
     }
 }
 
-TEST(Reorder, LeavesBytesOfBoolAndForeignOrderingsAlone) {
+TEST(ReorderedShape, StaysInsideWhereTheElementCountWraps) {
+    const Shape shape{(std::uint64_t{1} << 63) + 1, 2};
+    expectInside(*arrayOf<double>(2, shape, DataOrdering::RowMajor));
+    expectInside(*arrayOf<std::string>(2, shape, DataOrdering::RowMajor));
+    expectInside(*arrayOf<double>(2, shape, DataOrdering::ColumnMajor));
+}
+
+TEST(ReorderedShape, LeavesBytesOfBoolAndForeignOrderingsAlone) {
     const unsigned char bytes[] = {0, 1, 2, 255, 128, 7};
     const OwnedData<> array(
         constructVariantVectorWithDataWithDimsUnresolved<bool>(bytes, 6, {2, 3}, DataOrdering::RowMajor));

@@ -92,7 +92,8 @@ TYPED_TEST(Values, CopiesAreIndependent) {
     {
         const TypeParam shared = array;
         EXPECT_EQ(shared.template data<int>(), before);
-        EXPECT_EQ(array.convertTo(WellKnownType::int32).template data<int>(), before);
+        const TypeParam converted = array.convertTo(WellKnownType::int32);
+        EXPECT_EQ(converted.template data<int>(), before);
     }
     EXPECT_EQ(array.template mutableData<int>(), before);
 }

@@ -11,8 +11,8 @@ using namespace Quorvane::Pyx::Internal;
 
 PyxVariantData* ZVariantData_C_API_constructNull() noexcept {
     // Deliberately another object than the native side's.
-    static NullVariantData null;
-    return &null;
+    static const LastingNull null;
+    return null.get();
 }
 
 PyxVariantData* ZVariantData_C_API_constructScalar(AbiErrorRecord* record, const void* value, uint16_t type) noexcept {

@@ -81,19 +81,18 @@ bool convertDefaults(const S* source, T* target, std::uint64_t count) {
 template <class S, class T>
 bool convertElements(const S* source, T* target, std::uint64_t count, ConversionMode mode) {
     constexpr CellRule rule = cellRule<S, T>();
-    const bool casts = mode == ConversionMode::Cast || mode == ConversionMode::CastOrText;
     const bool exact = mode == ConversionMode::Exact;
+    if (!exact && mode != ConversionMode::Cast && mode != ConversionMode::CastOrText) {
+        return rule == CellRule::numbers && count == 0;
+    }
     if constexpr (rule == CellRule::numbers) {
-        return count == 0 || ((exact || casts) && convertNumbers(source, target, count, exact));
+        return convertNumbers(source, target, count, exact);
     } else if constexpr (rule == CellRule::same) {
-        if (!exact && !casts) {
-            return false;
-        }
         copyElements(target, source, count);
         return true;
     } else if constexpr (rule == CellRule::durationToTimePoint) {
-        if (!casts) {
-            return exact && convertDefaults(source, target, count);
+        if (exact) {
+            return convertDefaults(source, target, count);
         }
         std::transform(source, source + count, target,
                        [](const Duration& span) { return TimePoint(span.firstWord, span.secondWord); });

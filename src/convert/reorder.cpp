@@ -7,7 +7,10 @@
 #include <pyx/variant/array_operations.h>
 
 #include <algorithm>
+#include <cstdint>
+#include <limits>
 #include <type_traits>
+#include <vector>
 
 namespace Quorvane::Pyx::Internal {
 
@@ -17,12 +20,24 @@ namespace {
 template <class T>
 using Moved = std::conditional_t<std::is_same_v<T, bool>, unsigned char, T>;
 
+bool elementCountWraps(ArrayDimensionsView dimensions) {
+    std::uint64_t count = 1;
+    for (const std::uint64_t length : dimensions) {
+        if (count > std::numeric_limits<std::uint64_t>::max() / length) {
+            return true;
+        }
+        count *= length;
+    }
+    return false;
+}
+
+// No length may be 0.
 template <class T>
 void reorderElements(const T* source, std::uint64_t allocated, DataOrdering ordering, ArrayDimensionsView dimensions,
                      T* target) {
     const std::uint64_t shown = dimensions.elementCount();
     if constexpr (std::is_trivially_copyable_v<T>) {
-        if (allocated >= shown) {
+        if (allocated >= shown && !elementCountWraps(dimensions)) {
             std::vector<std::uint64_t> lengths = dimensions.toVector();
             if (ordering == DataOrdering::ColumnMajor) {
                 std::reverse(lengths.begin(), lengths.end());
@@ -30,9 +45,9 @@ void reorderElements(const T* source, std::uint64_t allocated, DataOrdering orde
                 return;
             }
             // Of the walk that wraps, only the last whole lap and what follows it can be seen.
-            const std::uint64_t lastLap = (allocated / shown - 1) * shown;
-            transpose(source + lastLap, target, lengths);
-            reorderByElement(source, allocated, ordering, dimensions, target, lastLap + shown);
+            const std::uint64_t seen = allocated % shown;
+            transpose(source + (allocated - seen - shown), target, lengths);
+            reorderByElement(source + (allocated - seen), seen, ordering, dimensions, target);
             return;
         }
     }
@@ -48,11 +63,11 @@ IVariantData* WellKnownElementOperations<T>::reorder(const IVariantData& source,
     const std::uint64_t allocated = source.numberAllocatedElements();
     auto result = VectorVariantData<T>::makeForOverwrite(dimensions, wanted);
     const std::uint64_t shown = result->numberAllocatedElements();
-    const bool known = ordering == DataOrdering::RowMajor || ordering == DataOrdering::ColumnMajor;
-    if (!known || allocated < shown) {
+    const bool reorders = canReorder(ordering, shown);
+    if (!reorders || allocated < shown || elementCountWraps(dimensions)) {
         std::fill_n(result->elements(), shown, T{});
     }
-    if (known && shown != 0) {
+    if (reorders) {
         reorderElements(static_cast<const Moved<T>*>(source.constStoredData()), allocated, ordering, dimensions,
                         reinterpret_cast<Moved<T>*>(result->elements()));
     }

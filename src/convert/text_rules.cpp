@@ -41,7 +41,7 @@ bool streamsAreClassic() {
 }
 
 template <class T>
-std::string textOf(const T& value, bool classic) {
+std::string numberToText(const T& value, bool classic) {
     if constexpr (sizeof(T) == 1) {
         return std::string(1, static_cast<char>(value));
     } else {
@@ -56,11 +56,6 @@ std::string textOf(const T& value, bool classic) {
 }  // namespace
 
 template <class T>
-std::string numberToText(const T& value) {
-    return textOf(value, streamsAreClassic());
-}
-
-template <class T>
 void convertNumbersToTexts(const T* source, std::string* target, std::uint64_t count) {
     if constexpr (std::is_same_v<T, bool>) {
         for (std::uint64_t i = 0; i < count; ++i) {
@@ -69,7 +64,7 @@ void convertNumbersToTexts(const T* source, std::string* target, std::uint64_t c
     } else {
         const bool classic = streamsAreClassic();
         for (std::uint64_t i = 0; i < count; ++i) {
-            target[i] = textOf(source[i], classic);
+            target[i] = numberToText(source[i], classic);
         }
     }
 }
@@ -96,10 +91,8 @@ bool convertTextsToNumbers(const std::string* source, T* target, std::uint64_t c
 #define PYXCORE_TEXT_RULES_boolean(type)                                                 \
     template void convertNumbersToTexts<type>(const type*, std::string*, std::uint64_t); \
     template bool convertTextsToNumbers<type>(const std::string*, type*, std::uint64_t);
-#define PYXCORE_TEXT_RULES_integer(type)                  \
-    template std::string numberToText<type>(const type&); \
-    PYXCORE_TEXT_RULES_boolean(type)
-#define PYXCORE_TEXT_RULES_floating PYXCORE_TEXT_RULES_integer
+#define PYXCORE_TEXT_RULES_integer PYXCORE_TEXT_RULES_boolean
+#define PYXCORE_TEXT_RULES_floating PYXCORE_TEXT_RULES_boolean
 #define PYXCORE_TEXT_RULES_complex(type)
 #define PYXCORE_TEXT_RULES_complexBoolean(type)
 #define PYXCORE_TEXT_RULES_text(type)

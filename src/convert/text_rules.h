@@ -8,13 +8,9 @@
 
 namespace Quorvane::Pyx::Internal {
 
-// The text of a number as a fresh std::ostringstream gives it with the precision digits10 of T; a floating number
-// without '.' and 'e' gets ".0" behind it. Deliberately the two 8-bit types give the one character of that code. `T` is
-// a real numeric type other than bool.
-template <class T>
-std::string numberToText(const T& value);
-
-// The same for a run; bool gives "true" and "false".
+// The text of each number as a fresh std::ostringstream gives it with the precision digits10 of T; a floating number
+// without '.' and 'e' gets ".0" behind it. Deliberately the two 8-bit types give the one character of that code. bool
+// gives "true" and "false".
 template <class T>
 void convertNumbersToTexts(const T* source, std::string* target, std::uint64_t count);
 

@@ -9,8 +9,8 @@
 namespace Quorvane::Pyx::Internal {
 
 IVariantData* constructVariantNull() {
-    static NullVariantData null;
-    return &null;
+    static const LastingNull null;
+    return null.get();
 }
 
 std::uint64_t NullVariantData::numberAllocatedElements() const {

@@ -3,6 +3,9 @@
 
 #include <pyx/variant/IVariantDataNonRefCounted.h>
 
+#include <cstddef>
+#include <new>
+
 namespace Quorvane::Pyx::Internal {
 
 // Immutable; the two instances are static objects, one for each side of the compiler boundary, and nobody may compare
@@ -23,6 +26,21 @@ public:
     const void* constStoredData() const override;
     void* mutableStoredData() override;
     IVariantData* convertDataTo(WellKnownType target, ConversionMode mode) override;
+};
+
+// Room for a null object that is never destroyed: a client's static value may end after any static object of the
+// library, and may hold a null by then.
+class LastingNull {
+public:
+    LastingNull() : null_(new (memory_) NullVariantData) {}
+    LastingNull(const LastingNull&) = delete;
+    LastingNull& operator=(const LastingNull&) = delete;
+
+    IVariantData* get() const { return null_; }
+
+private:
+    alignas(NullVariantData) std::byte memory_[sizeof(NullVariantData)];
+    NullVariantData* null_;
 };
 
 }  // namespace Quorvane::Pyx::Internal

@@ -7,15 +7,16 @@
  *
  * Every function but ZVariantData_C_API_constructNull takes a record first, resets it, and never lets an exception
  * out. After a failure the record tells what happened and the result is neutral (null, 0 or false) and means nothing.
+ * A null record, or a null handle where none is allowed, is a fault of the caller that is not caught.
  * Errors of all functions: "bad_alloc" when memory is exhausted, and those named with the function. */
 #ifndef PYX_ABI_C_API_H
 #define PYX_ABI_C_API_H
 
 #include <pyx/types/export.h>
 
-#ifdef __cplusplus
-#include <cstdint>
+#include <stdint.h>
 
+#ifdef __cplusplus
 namespace Quorvane::Pyx::Internal {
 class IVariantData;
 }
@@ -26,7 +27,6 @@ extern "C" {
 #define PYXCORE_NOEXCEPT noexcept
 #else
 #include <stdbool.h>
-#include <stdint.h>
 
 typedef struct PyxVariantData PyxVariantData;
 
@@ -41,8 +41,11 @@ enum {
 /* Row-major: the last dimension varies fastest. Column-major: the first one does. */
 enum { PyxOrdering_rowMajor = 0, PyxOrdering_columnMajor = 1 };
 
-/* Exact refuses whatever would change a value; Cast converts numbers as a C cast does; CastOrText also goes from real
- * numbers and booleans to text and back. */
+/* Exact refuses what a comparison of source and result shows to have changed: integers compare as in C, from integer to
+ * floating always passes, and a bool looks at the real part alone. Cast converts numbers as a C cast does and is
+ * defined for every input: floating values truncate, wrap when they fit 64 bits and count as 2^63 otherwise, and a bool
+ * is true unless the number is zero. CastOrText also goes from real numbers and booleans to text and back. Any other
+ * mode refuses all but equal types and numeric arrays without elements. */
 enum { PyxConversion_exact = 0, PyxConversion_cast = 1, PyxConversion_castOrText = 2 };
 
 #define PYXCORE_NOEXCEPT
@@ -57,7 +60,8 @@ typedef struct AbiErrorRecord {
     char message[200];
 } AbiErrorRecord;
 
-/* The lengths of an array's dimensions, dimension 0 first, borrowed. */
+/* The lengths of an array's dimensions, dimension 0 first. Borrowed for the call: the library copies what it keeps. May
+ * be null when the count is 0. */
 typedef struct PyxDimensions {
     const uint64_t* lengths;
     uint64_t count;
@@ -66,7 +70,9 @@ typedef struct PyxDimensions {
 /* The null value, a static object: destruct does nothing to it. Cannot fail. */
 PYXCORE_API PyxVariantData* ZVariantData_C_API_constructNull(void) PYXCORE_NOEXCEPT;
 
-/* A new scalar of the element type, a copy of the element at `value`, which stays the caller's. A new reference.
+/* A new scalar of the element type, a copy of the element at `value`, which stays the caller's. Elements are in their
+ * native form: a complex number is its real and its imaginary part, a duration or time point two 64-bit words, a text a
+ * std::string of the library's build. A new reference.
  * "runtime_error": "unknown type", "not a numeric type". */
 PYXCORE_API PyxVariantData* ZVariantData_C_API_constructScalar(AbiErrorRecord* record, const void* value,
                                                                uint16_t type) PYXCORE_NOEXCEPT;
@@ -74,13 +80,15 @@ PYXCORE_API PyxVariantData* ZVariantData_C_API_constructScalar(AbiErrorRecord* r
 /* One more reference on `data`: returns the same handle, and each of the two must be given up by destruct. */
 PYXCORE_API PyxVariantData* ZVariantData_C_API_copy(AbiErrorRecord* record, PyxVariantData* data) PYXCORE_NOEXCEPT;
 
-/* Gives up a reference; the last one frees the object. Null is accepted here, and only here. */
+/* Gives up a reference; the last one frees the object. A null handle is accepted, as by no other function for its
+ * data. */
 PYXCORE_API void ZVariantData_C_API_destruct(AbiErrorRecord* record, PyxVariantData* data) PYXCORE_NOEXCEPT;
 
 /* The code of the element type; 0 for a null value. */
 PYXCORE_API uint16_t ZVariantData_C_API_wellKnownDataType(AbiErrorRecord* record,
                                                           const PyxVariantData* data) PYXCORE_NOEXCEPT;
 
+/* Whether the value is a scalar, as against an array, be it of one element, or a null. */
 PYXCORE_API bool ZVariantData_C_API_isScalarStorage(AbiErrorRecord* record,
                                                     const PyxVariantData* data) PYXCORE_NOEXCEPT;
 
@@ -94,22 +102,25 @@ PYXCORE_API uint64_t ZVariantData_C_API_numberAllocatedElements(AbiErrorRecord* 
 PYXCORE_API PyxDimensions ZVariantData_C_API_dimensions(AbiErrorRecord* record,
                                                         const PyxVariantData* data) PYXCORE_NOEXCEPT;
 
+/* The order of the elements in storage; row-major for a scalar or null. */
 PYXCORE_API uint32_t ZVariantData_C_API_dataOrdering(AbiErrorRecord* record,
                                                      const PyxVariantData* data) PYXCORE_NOEXCEPT;
 
 /* The first element, in the native form of the element type; texts are std::string objects of the library's build.
- * Valid while the object lives and is not written. Null for a null value. */
+ * Valid while the object lives and is not written. Null for a null value, null or not for other data without elements.
+ */
 PYXCORE_API const void* ZVariantData_C_API_constStoredData(AbiErrorRecord* record,
                                                            const PyxVariantData* data) PYXCORE_NOEXCEPT;
 
 /* Makes the object the caller's alone and writes the address of its first element to *stored. Consumes the reference
- * on `data` if it succeeds: go on with the result, which may be another handle, and do not use `data` again. */
+ * on `data` if it succeeds: go on with the result, which may be another handle, and do not use `data` again. On failure
+ * *stored is not written and the reference stays. *stored is null for a null value. */
 PYXCORE_API PyxVariantData* ZVariantData_C_API_mutableStoredData(AbiErrorRecord* record, PyxVariantData* data,
                                                                  void** stored) PYXCORE_NOEXCEPT;
 
-/* A new array with a copy of the `length` elements at `data`, in storage order. Without dimensions it has one, as
- * long as the data. A new reference. "length_error": "dimensions do not match data length". "runtime_error": "unknown
- * type", "not a numeric type". */
+/* A new array with a copy of the `length` elements at `data`, which may be null for none, in storage order. Without
+ * dimensions it has one, as long as the data. A new reference. "length_error": "dimensions do not match data length".
+ * "runtime_error": "unknown type", "not a numeric type". */
 PYXCORE_API PyxVariantData* ZVariantData_C_API_constructArray(AbiErrorRecord* record, const void* data, uint16_t type,
                                                               uint64_t length, PyxDimensions dimensions,
                                                               uint32_t ordering) PYXCORE_NOEXCEPT;
@@ -123,17 +134,21 @@ PYXCORE_API PyxVariantData* ZVariantData_C_API_createWithAllocatedArray(AbiError
 
 /* The same shape in another element type. A new reference, also where it is the same handle because the type already
  * is `target`; the mode is not looked at then. The reference on `data` stays. A null handle with a clean record means
- * that the conversion was refused. "runtime_error": "unknown type", "not a numeric type". */
+ * that the conversion was refused, as is that of an array without elements but between numbers, between texts, and from
+ * durations or time points to those that can hold them. A null value gives an empty array. "runtime_error": "unknown
+ * type", "not a numeric type". */
 PYXCORE_API PyxVariantData* ZVariantData_C_API_convertDataTo(AbiErrorRecord* record, PyxVariantData* data,
                                                              uint16_t target, uint32_t mode) PYXCORE_NOEXCEPT;
 
-/* The same values stored in the given ordering. Consumes the reference on `data` if it succeeds, unlike
- * convertDataTo; the result is a reference of its own, and the same handle where the ordering is the present one. */
+/* The same values stored in the given ordering; scalars and nulls stay as they are. Consumes the reference on `data` if
+ * it succeeds, unlike convertDataTo; the result is a reference of its own, and the same handle where the ordering is
+ * the present one. */
 PYXCORE_API PyxVariantData* ZVariantData_C_API_reorderData(AbiErrorRecord* record, PyxVariantData* data,
                                                            uint32_t ordering) PYXCORE_NOEXCEPT;
 
-/* Changes the shape in place; no element moves. "runtime_error" when the array is shared, "length_error" when the
- * shape does not fit, "invalid_argument" for scalars and null. */
+/* Changes the shape in place; no element moves, and views from dimensions are dead afterwards. The present shape always
+ * passes. "runtime_error" when the array is shared, "length_error" when the shape does not fit (the rank of an array
+ * that the library allocated cannot grow), "invalid_argument" for any other shape of a scalar or null. */
 PYXCORE_API void ZVariantData_C_API_reshapeNoRealloc(AbiErrorRecord* record, PyxVariantData* data,
                                                      PyxDimensions dimensions) PYXCORE_NOEXCEPT;
 

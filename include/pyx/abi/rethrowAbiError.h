@@ -3,6 +3,7 @@
 
 #include <pyx/abi/c_api.h>
 
+#include <cstddef>
 #include <new>
 #include <stdexcept>
 #include <string_view>
@@ -11,6 +12,11 @@
 namespace Quorvane::Pyx {
 
 using ::AbiErrorRecord;
+
+// Foreign callers make and pass these as plain memory.
+static_assert(std::is_trivially_copyable_v<AbiErrorRecord> && std::is_standard_layout_v<AbiErrorRecord> &&
+              offsetof(AbiErrorRecord, message) == 8);
+static_assert(std::is_trivially_copyable_v<PyxDimensions> && std::is_standard_layout_v<PyxDimensions>);
 
 namespace Internal {
 

@@ -18,8 +18,10 @@
 
 namespace Quorvane::Pyx {
 
-// Writes the text of the value, without a line break. Raises std::runtime_error "Cannot convert ..." for durations and
-// time points and "unknown type" for custom elements; what was written before stays in the stream.
+// Writes the text of the value, without a line break: "null" for a null, "[]" for no elements, one element as itself,
+// and more in one pair of brackets, in storage order. Sets std::boolalpha on the stream, to stay, when it writes a
+// bool. Raises std::runtime_error "Cannot convert ..." for durations and time points and "unknown type" for custom
+// elements; what was written before stays in the stream.
 #if PYXCORE_SAME_STANDARD_LIBRARY
 PYXCORE_API void PrintTo(const ZVariant& value, std::ostream* out);
 PYXCORE_API void PrintTo(const ZVariantAbi& value, std::ostream* out);

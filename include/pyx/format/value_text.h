@@ -14,16 +14,19 @@
 
 namespace Quorvane::Pyx::Internal {
 
-// Calls writeElement for each element of `value`, which stores Element, and writes ", " between them.
+// Calls writeElement for each element of `value`, which stores Element, and writes ", " between them. Elements that a
+// shape promises and the storage does not have are default.
 template <class Element, class Storage, class WriteElement>
 void writeElements(const ZVariantGeneric<Storage>& value, std::ostream& out, WriteElement writeElement) {
     const Element* const elements = value.template data<Element>();
-    const std::uint64_t count = std::min(value.elementCount(), value.numberAllocatedElements());
+    const std::uint64_t allocated = value.numberAllocatedElements();
+    const std::uint64_t count = value.elementCount();
+    const Element missing{};
     for (std::uint64_t i = 0; i < count; ++i) {
         if (i != 0) {
             out << ", ";
         }
-        writeElement(elements[i]);
+        writeElement(i < allocated ? elements[i] : missing);
     }
 }
 
@@ -60,9 +63,7 @@ void writeValueText(const ZVariantGeneric<Storage>& value, std::ostream& out) {
     } else if (type == WellKnownType::bool_) {
         // Deliberately left set afterwards: later output of the caller relies on it.
         out << std::boolalpha;
-        // Any byte but 0 is true.
-        writeElements<bool>(
-            value, out, [&](const bool& element) { out << (reinterpret_cast<const unsigned char&>(element) != 0); });
+        writeElements<bool>(value, out, [&](const bool& element) { out << readElement(element); });
     } else if (type == WellKnownType::double_ || type == WellKnownType::float_) {
         writeElements<double>(value.convertOrThrow(WellKnownType::double_), out, insert);
     } else if (type.isComplex()) {

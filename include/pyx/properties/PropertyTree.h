@@ -31,7 +31,8 @@ public:
     // By value: what is assigned may be a part of what it replaces.
     PropertyList& operator=(PropertyList other) noexcept;
     ~PropertyList();
-    // `{1, "two", PropertyList{3}}`. Braces always make elements: `PropertyList{list}` has one element, a list.
+    // `{1, "two", PropertyList{3}}`. Compilers disagree on whether a list alone in braces is copied or becomes an
+    // element: write `PropertyList{PropertyNode(list)}` for a list in a list.
     PropertyList(std::initializer_list<PropertyNode> nodes);
 
     std::size_t size() const noexcept;

@@ -75,7 +75,7 @@ using Component = typename ComponentOf<T>::type;
 
 // The element type that holds a value of an integer type which is no element type itself: `long` is as wide as
 // `long long` on LP64 systems, and only one of them has a row. Any other T gives itself.
-template <class T, bool IsOtherInteger = std::is_integral_v<T> && !isWellKnownElement<T>>
+template <class T, bool IsOtherInteger = std::is_integral_v<T> && sizeof(T) <= 8 && !isWellKnownElement<T>>
 struct StoredElementOf {
     using type = T;
 };

@@ -7,9 +7,13 @@ namespace Quorvane::Pyx {
 
 // 32 bits wide, the form in which it crosses every interface. Any other value refuses every element.
 enum class ConversionMode : std::uint32_t {
-    Exact = 0,       // succeeds only if no element changes its value; between families only default values pass
-    Cast = 1,        // numbers convert as a cast does it, with loss; nothing crosses to or from text
-    CastOrText = 2,  // as Cast, and real numbers and booleans convert to and from text
+    // Succeeds only where a comparison of source and result shows no change: integers compare as C compares them, from
+    // integer to floating always passes, and a bool looks at the real part alone. Between families only defaults pass.
+    Exact = 0,
+    // Numbers convert as a cast does it, with loss, defined for every input; nothing crosses to or from text.
+    Cast = 1,
+    // As Cast, and real numbers and booleans convert to and from text.
+    CastOrText = 2,
 };
 
 }  // namespace Quorvane::Pyx

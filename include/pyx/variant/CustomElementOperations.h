@@ -11,8 +11,15 @@
 #include <algorithm>
 #include <cstdint>
 #include <type_traits>
+#include <utility>
 
 namespace Quorvane::Pyx::Internal {
+
+template <class T, class = void>
+inline constexpr bool isComparable = false;
+template <class T>
+inline constexpr bool isComparable<T, std::void_t<decltype(std::declval<const T&>() == std::declval<const T&>())>> =
+    true;
 
 // A custom element has the code customType and is told apart by its type identity, compares by its own ==, and converts
 // to no other type, but for elements that equal a default-constructed one: these give defaults in the mode Exact.
@@ -47,7 +54,10 @@ struct CustomElementOperations {
             }
             OwnedData<> defaults(constructVariantVectorWithoutDataWithDimsUnresolved<Target>(source.dimensions(),
                                                                                              source.dataOrdering()));
-            std::fill_n(static_cast<Target*>(defaults->mutableStoredData()), shown, Target{});
+            // The factory leaves these uninitialised.
+            if constexpr (std::is_arithmetic_v<Target>) {
+                std::fill_n(static_cast<Target*>(defaults->mutableStoredData()), shown, Target{});
+            }
             return defaults.release();
         });
     }
@@ -55,8 +65,7 @@ struct CustomElementOperations {
     static IVariantData* reorder(const IVariantData& source, DataOrdering wanted) {
         auto result = VectorVariantData<T>::make(source.dimensions(), wanted);
         const DataOrdering ordering = source.dataOrdering();
-        const bool known = ordering == DataOrdering::RowMajor || ordering == DataOrdering::ColumnMajor;
-        if (known && result->numberAllocatedElements() != 0) {
+        if (canReorder(ordering, result->numberAllocatedElements())) {
             reorderByElement(static_cast<const T*>(source.constStoredData()), source.numberAllocatedElements(),
                              ordering, source.dimensions(), result->elements());
         }

@@ -38,6 +38,16 @@ template <class T>
 using ElementOperations =
     std::conditional_t<isWellKnownElement<T>, WellKnownElementOperations<T>, CustomElementOperations<T>>;
 
+// An element by value: any byte but 0 is true.
+template <class T>
+T readElement(const T& element) {
+    if constexpr (std::is_same_v<T, bool>) {
+        return reinterpret_cast<const unsigned char&>(element) != 0;
+    } else {
+        return element;
+    }
+}
+
 // The bytes of a bool may hold more than 0 and 1 when they come from outside, so plain elements are copied as bytes.
 template <class T>
 void copyElements(T* target, const T* source, std::uint64_t count) {

@@ -38,7 +38,7 @@ public:
     virtual IVariantData* makeUnique() = 0;
 
     // The number of elements in the storage. The value consists of as many as the product of `dimensions`, which is
-    // less after a shrinking reshape.
+    // less after a shrinking reshape, and more where the shape of an adopted vector has grown into its spare capacity.
     virtual std::uint64_t numberAllocatedElements() const = 0;
 
     // The shape; valid until the object is reshaped or freed. {1} for a scalar, no dimensions for a null.
@@ -60,9 +60,10 @@ public:
     // The same values stored in the given ordering: `this` with one more reference where nothing is to be done.
     virtual IVariantData* reorderData(DataOrdering wanted) = 0;
 
-    // Changes the shape in place, without moving an element or touching the ordering. Raises std::invalid_argument
-    // for nulls and scalars, std::runtime_error when the object is shared and std::length_error when the shape does
-    // not fit the storage; then nothing has changed.
+    // Changes the shape in place, without moving an element or touching the ordering; views from dimensions are dead
+    // afterwards. The present shape always passes, shared or not. Raises std::invalid_argument for any other shape of
+    // a scalar, and for any length at all of a null, std::runtime_error when the object is shared and
+    // std::length_error when the shape does not fit the storage; then nothing has changed.
     virtual void reshapeNoRealloc(ArrayDimensionsView wanted) = 0;
 
     // A new array of this object's element type (of which nothing else is used), filled with the first elements of
@@ -72,7 +73,7 @@ public:
     virtual IVariantData* reshapeToZVariant(const IVariantData* source, ArrayDimensionsView wanted,
                                             DataOrdering ordering) = 0;
 
-    // The first element; null for a null value. Borrowed.
+    // The first element; null for a null value, null or not for other data without elements. Borrowed.
     virtual const void* constStoredData() const = 0;
 
     // The same for writing. Does not copy: call makeUnique first.

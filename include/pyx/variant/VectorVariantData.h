@@ -5,7 +5,6 @@
 #include <pyx/variant/IVariantDataRefCounted.h>
 #include <pyx/variant/OwnedData.h>
 
-#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
@@ -48,10 +47,10 @@ public:
     // An array with copies of `count` elements, which may be more than the shape shows.
     static Owned makeCopy(const T* source, std::uint64_t count, ArrayDimensionsView dimensions, DataOrdering ordering) {
         return allocate(count, dimensions, ordering, [source](T* elements, std::uint64_t elementCount) {
-            if constexpr (!std::is_trivially_copyable_v<T>) {
+            if constexpr (std::is_trivially_copyable_v<T>) {
+                copyElements(elements, source, elementCount);
+            } else {
                 std::uninitialized_copy_n(source, elementCount, elements);
-            } else if (elementCount != 0) {
-                std::memcpy(static_cast<void*>(elements), source, elementCount * sizeof(T));
             }
         });
     }
@@ -101,7 +100,9 @@ public:
             throwDoesNotFit();
         }
         // The view may look at a part of this very list.
-        std::copy(wanted.begin(), wanted.end(), dimensions_.begin());
+        if (!wanted.empty()) {
+            std::memmove(dimensions_.data(), wanted.begin(), wanted.size() * sizeof(std::uint64_t));
+        }
         dimensions_.resize(wanted.size());
     }
 

@@ -123,7 +123,8 @@ public:
     // Whether the elements, which are of a custom class, are of class T.
     template <class T>
     bool holdsCustomElement() const {
-        return storedTypeInfo() == typeid(T);
+        const std::type_info* const stored = variantData->storedTypeInfo();
+        return stored != nullptr && *stored == typeid(T);
     }
 
     void* mutableStoredData() {

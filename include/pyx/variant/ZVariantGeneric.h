@@ -6,6 +6,7 @@
 #include <pyx/types/element_types.h>
 #include <pyx/types/portable_type_names.h>
 #include <pyx/variant/ConversionMode.h>
+#include <pyx/variant/ElementOperations.h>
 #include <pyx/variant/ZVariantValueRange.h>
 #include <pyx/variant/conversion_failure_text.h>
 
@@ -76,18 +77,22 @@ public:
         return fromData(elements.begin(), elements.size(), dimensions, ordering);
     }
 
-    // An array of the vector's elements: ZVariant adopts them without a copy. Where the dimensions are empty or hold a
-    // 0, ZVariant gives an array with elements one dimension of their number, while ZVariantAbi copies as fromData
-    // does. Raises std::length_error "dimensions do not match data length".
+    // An array of the vector's elements: ZVariant adopts them without a copy, and has consumed the vector also when it
+    // fails. Where the dimensions are empty or hold a 0, ZVariant gives an array with elements one dimension of their
+    // number, while ZVariantAbi copies as fromData does. Raises std::length_error "dimensions do not match data
+    // length".
     template <class T>
     static ZVariantGeneric fromVector(std::vector<T>&& elements, ArrayDimensionsView dimensions = {},
                                       DataOrdering ordering = DataOrdering::RowMajor) {
         static_assert(!std::is_same_v<T, bool>, "A std::vector<bool> holds no bool in memory: use fromData.");
-        if constexpr (Storage::adoptsVectors && std::is_same_v<T, Internal::StoredElement<T>>) {
-            requireElement<T>();
+        using Element = Internal::StoredElement<T>;
+        requireElement<Element>();
+        if constexpr (!Storage::adoptsVectors) {
+            return fromData(elements.data(), elements.size(), dimensions, ordering);
+        } else if constexpr (std::is_same_v<T, Element>) {
             return ZVariantGeneric(Storage::fromVector(std::move(elements), dimensions, ordering));
         } else {
-            return fromData(elements.data(), elements.size(), dimensions, ordering);
+            return fromVector(std::vector<Element>(elements.begin(), elements.end()), dimensions, ordering);
         }
     }
 
@@ -120,6 +125,7 @@ public:
     // T, which has no code of its own: test isNull first where that matters.
     template <class T>
     [[nodiscard]] bool isElementType() const {
+        requireStoredType<T>();
         const WellKnownType type = wellKnownDataType();
         if (type == WellKnownType::customType) {
             return storage_.template holdsCustomElement<T>();
@@ -137,29 +143,33 @@ public:
     template <class T>
     [[nodiscard]] T elementAt(std::uint64_t position) const&& {
         const ZVariantGeneric& self = *this;
-        return self.template elementAt<T>(position);
+        return Internal::readElement(self.template elementAt<T>(position));
     }
 
     // The same for writing; makes the value the only holder of its data first.
     template <class T>
-    [[nodiscard]] T& mutableElementAt(std::uint64_t position) {
+    [[nodiscard]] T& mutableElementAt(std::uint64_t position) & {
         checkAccess<T>(position);
         return static_cast<T*>(storage_.mutableStoredData())[position];
     }
 
-    // The first element; null for a value without elements. Raises std::invalid_argument "Wrong data type.".
+    // The first element; null for a value without elements. As many as the smaller of elementCount and
+    // numberAllocatedElements may be read. Raises std::invalid_argument "Wrong data type.".
     template <class T>
-    [[nodiscard]] const T* data() const {
+    [[nodiscard]] const T* data() const& {
         return checkData<T>() ? static_cast<const T*>(storage_.constStoredData()) : nullptr;
     }
+    template <class T>
+    const T* data() const&& = delete;
     // The same for writing; makes the value the only holder of its data first.
     template <class T>
-    [[nodiscard]] T* mutableData() {
+    [[nodiscard]] T* mutableData() & {
         return checkData<T>() ? static_cast<T*>(storage_.mutableStoredData()) : nullptr;
     }
 
-    // The elements in storage order, as a range that takes the value over. A value without elements gives an empty
-    // range whatever its type. Raises std::runtime_error "Data type mismatch, cannot provide iterable container".
+    // The elements in storage order, as a range that takes the value over, also when it fails. A value without elements
+    // gives an empty range whatever its type. Raises std::runtime_error "Data type mismatch, cannot provide iterable
+    // container", and std::out_of_range "Indices out of bounds." for a shape that outgrew an adopted vector.
     template <class T>
     [[nodiscard]] ZVariantValueRange<T, Storage> valueRange() && {
         requireReadable<T>();
@@ -172,11 +182,10 @@ public:
     [[nodiscard]] T as() const {
         using Element = Internal::StoredElement<T>;
         static_assert(Internal::isWellKnownElement<Element>, "Read elements of a class of your own with elementAt.");
-        const ZVariantGeneric converted = convertOrThrow(Internal::ElementTraits<Element>::code);
-        if (converted.elementCount() != 1) {
+        if (elementCount() != 1) {
             throw std::invalid_argument("Cannot read a single value from a ZVariant with another number of elements.");
         }
-        return static_cast<T>(converted.template elementAt<Element>(0));
+        return static_cast<T>(convertOrThrow(Internal::ElementTraits<Element>::code).template elementAt<Element>(0));
     }
 
     // The same shape and ordering in another element type; a null value when the conversion is refused. The own type
@@ -213,8 +222,10 @@ public:
         return ZVariantGeneric(storage_.reshaped(dimensions, ordering));
     }
 
-    // Changes the shape in place; no element moves. Raises std::runtime_error when the data are shared,
-    // std::length_error when the shape does not fit and std::invalid_argument for scalars and nulls.
+    // Changes the shape in place; no element moves, and views from dimensions are dead afterwards. The present shape
+    // always passes. Raises std::invalid_argument for any other shape of a scalar or null, std::runtime_error when the
+    // data are shared, and std::length_error when the shape does not fit; the rank of an array that the library
+    // allocated cannot grow.
     void reshapeNoRealloc(ArrayDimensionsView dimensions) { storage_.reshapeNoRealloc(dimensions); }
 
 private:
@@ -228,12 +239,17 @@ private:
             "held by ZVariant, and not by ZVariantAbi.");
     }
 
-    // Elements are lent by reference, so T must be stored as it is.
     template <class T>
-    static constexpr void requireReadable() {
+    static constexpr void requireStoredType() {
         static_assert(!std::is_integral_v<T> || Internal::isWellKnownElement<T>,
                       "Elements of this integer type are stored as another type of the same width: `long long` for a "
                       "64-bit `long`, `signed char` or `unsigned char` for `char`.");
+    }
+
+    // Elements are lent by reference, so T must be stored as it is.
+    template <class T>
+    static constexpr void requireReadable() {
+        requireStoredType<T>();
         Storage::template requireLayout<T>();
     }
 

@@ -21,17 +21,20 @@ bool storesElements(const IVariantData& data) {
     return isWellKnownElement<T> || (data.storedTypeInfo() != nullptr && *data.storedTypeInfo() == typeid(T));
 }
 
-// Copies from storage in one ordering to storage in the other, in row-major order, the elements from number `first` on,
-// at which the walk is at its start: as many as are allocated. A shape that hides elements makes the walk over a
-// row-major source wrap, deliberately, so that later elements replace earlier ones; one that promises more than there
-// are leaves the rest of the target alone. No length may be 0.
+// Copies from storage in one ordering to storage in the other, in row-major order, as many elements as are allocated. A
+// shape that hides elements makes the walk over a row-major source wrap, deliberately, so that later elements replace
+// earlier ones; one that promises more than there are leaves the rest of the target alone; and where the element count
+// of a shape has wrapped, only some index tuples have a place. No length may be 0.
 template <class T>
 void reorderByElement(const T* source, std::uint64_t allocated, DataOrdering ordering, ArrayDimensionsView dimensions,
-                      T* target, std::uint64_t first = 0) {
+                      T* target) {
     const std::uint64_t shown = dimensions.elementCount();
     if (ordering == DataOrdering::RowMajor) {
-        forEachInRowMajorOrder(dimensions, allocated - first,
-                               [&](std::uint64_t i, std::uint64_t offset) { target[offset] = source[first + i]; });
+        forEachInRowMajorOrder(dimensions, allocated, [&](std::uint64_t i, std::uint64_t offset) {
+            if (offset < shown) {
+                target[offset] = source[i];
+            }
+        });
     } else {
         forEachInRowMajorOrder(dimensions, std::min(allocated, shown), [&](std::uint64_t i, std::uint64_t offset) {
             if (offset < allocated) {
@@ -39,6 +42,11 @@ void reorderByElement(const T* source, std::uint64_t allocated, DataOrdering ord
             }
         });
     }
+}
+
+// Whether a source in this ordering has elements to reorder.
+inline bool canReorder(DataOrdering ordering, std::uint64_t shown) {
+    return shown != 0 && (ordering == DataOrdering::RowMajor || ordering == DataOrdering::ColumnMajor);
 }
 
 // The body of reshapeToZVariant.

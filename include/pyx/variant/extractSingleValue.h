@@ -24,7 +24,7 @@ std::optional<T> extractSingleValue(const ZVariantGeneric<Storage>& value) {
     if (converted.isNull()) {
         return std::nullopt;
     }
-    return static_cast<T>(converted.template elementAt<Element>(0));
+    return static_cast<T>(Internal::readElement(converted.template elementAt<Element>(0)));
 }
 
 }  // namespace Quorvane::Pyx
