@@ -5,6 +5,7 @@ Benchmarks are named `task/contender`. The contender `ours` is shown beside each
 median of the repetitions; a ratio below 1 means that ours is faster.
 """
 import json
+import statistics
 import sys
 
 UNITS = [("ns", 1.0), ("us", 1e3), ("ms", 1e6), ("s", 1e9)]
@@ -19,12 +20,16 @@ def medians(path):
     """Processor time in nanoseconds: task -> contender -> median."""
     with open(path, encoding="utf-8") as file:
         report = json.load(file)
-    tasks = {}
+    times = {}
     # Results come in the order of interleaving, and families are numbered in the order of the program.
     for result in sorted(report["benchmarks"], key=lambda r: r["family_index"]):
-        if result.get("aggregate_name") == "median":
-            task, contender = result["run_name"].rsplit("/", 1)
-            tasks.setdefault(task, {})[contender] = result["cpu_time"] * dict(UNITS)[result["time_unit"]]
+        if result["run_type"] == "iteration":
+            time = result["cpu_time"] * dict(UNITS)[result["time_unit"]]
+            times.setdefault(result["run_name"], []).append(time)
+    tasks = {}
+    for name, repetitions in times.items():
+        task, contender = name.rsplit("/", 1)
+        tasks.setdefault(task, {})[contender] = statistics.median(repetitions)
     return tasks
 
 

@@ -374,6 +374,7 @@ TEST(AdoptedVectorConversion, GivesDefaultElementsWhereTheVectorHasNone) {
     ZVariant value = ZVariant::fromVector(std::move(numbers));
     EXPECT_EQ(PrintToString(value.convertTo(WellKnownType::int32)), "[1, 2]");
     value.reshapeNoRealloc({4});
+    EXPECT_EQ(PrintToString(value), "[1, 2.5, 0, 0]");
     EXPECT_EQ(PrintToString(value.convertTo(WellKnownType::int32)), "[1, 2, 0, 0]");
     EXPECT_EQ(PrintToString(value.convertTo(WellKnownType::complexFloat)), "[(1,0), (2.5,0), (0,0), (0,0)]");
     EXPECT_EQ(PrintToString(value.convertTo(WellKnownType::string, ConversionMode::CastOrText)),

@@ -29,6 +29,8 @@ TEST(InternedString, EqualTextsAreOnePointer) {
     EXPECT_NE(empty.data(), nullptr);
     EXPECT_EQ(empty, InternedString(std::string_view()));
 
+    EXPECT_TRUE(prefix == "ab" && std::string("ab") == prefix && prefix != std::string_view("abc") && none != "");
+
     std::ostringstream out;
     out << prefix;
     EXPECT_EQ(out.str(), "ab");

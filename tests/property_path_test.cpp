@@ -30,6 +30,10 @@ TEST(PropertyPath, IsASequenceOfNamesAndPositions) {
                 ThrowsMessage<std::runtime_error>("Property Path segment is a name, not an index."));
     EXPECT_THROW((void)path[1].name(), std::runtime_error);
     EXPECT_THROW((void)PropertyPath{-1}, std::invalid_argument);
+    const std::vector<std::string> names{"a", "b"};
+    EXPECT_EQ(PropertyPath(names.begin(), names.end()), (PropertyPath{"a", "b"}));
+    EXPECT_FALSE((std::is_constructible_v<PropertyPathSegment, std::nullptr_t>) ||
+                 (std::is_constructible_v<PropertyPathSegment, bool>));
     EXPECT_THROW((void)path.at(3), std::out_of_range);
     EXPECT_THROW((void)PropertyPath().parent(), std::out_of_range);
 }

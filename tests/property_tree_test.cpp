@@ -90,6 +90,9 @@ TEST(PropertyTree, ChangesInPlace) {
     list.insert(0, 1.5);
     list.erase(1);
     EXPECT_EQ(line(root), "{{'a', {}}, {'b', {1.5, 'x', {{'c', [1.5, 2.5]}}, 'last'}}, {'new', 5}}");
+    EXPECT_EQ(line(PropertyList(before.at({"b"}).list().begin(), before.at({"b"}).list().begin() + 2)),
+              "{<NULL>, 'x'}");
+    EXPECT_EQ(PropertyNode(PropertyList{1}).list().size(), 1u);
     EXPECT_THROW(list.insert(9, 1), std::out_of_range);
     EXPECT_THROW(list.erase(4), std::out_of_range);
     EXPECT_THAT([&] { (void)map.at("n"); }, ThrowsMessage<std::out_of_range>("Key not found: n"));
@@ -140,6 +143,8 @@ TEST(FrozenTree, SharesAndTreatsBothFormsOfNothingAlike) {
         EXPECT_TRUE(empty.empty() && empty.find("x") == nullptr);
         EXPECT_EQ(line(empty), "{}");
     }
+    EXPECT_EQ(line(FPropertyNode(FPropertyList(PropertyList{1, 2}))), "{1, 2}");
+    EXPECT_EQ(FPropertyNode(FPropertyMap(PropertyMap{{"a", 1}})).at({"a"}).value().as<int>(), 1);
     // A subtree that is held elsewhere outlives its parent.
     FPropertyNode root(sample());
     const FPropertyNode part = root.at({"b", 2});

@@ -8,90 +8,113 @@
 #include <pyx/variant/ElementOperations.h>
 
 #include <algorithm>
+#include <bit>
 #include <cstdint>
+#include <limits>
 #include <type_traits>
 
 namespace Quorvane::Pyx::Internal {
 
-// Short enough that source and target of a block stay in the first-level cache between two passes.
-inline constexpr std::uint64_t blockLength = 1024;
+// Short enough that the compiler unrolls loops over a block, and that what several loops do to a block in turn overlaps
+// in the processor.
+using BlockLength = std::integral_constant<std::uint64_t, 32>;
 
-// Calls convertBlock(first, count) for each block of a run, until it answers false.
+// Calls convertBlock(first, length) for each block of a run, until it answers false. The length of a full block is a
+// BlockLength, so that its loops are compiled for this one length.
 template <class ConvertBlock>
 bool inBlocks(std::uint64_t count, ConvertBlock convertBlock) {
-    for (std::uint64_t first = 0; first < count; first += blockLength) {
-        if (!convertBlock(first, std::min(blockLength, count - first))) {
+    std::uint64_t first = 0;
+    for (; count - first >= BlockLength::value; first += BlockLength::value) {
+        if (!convertBlock(first, BlockLength())) {
             return false;
         }
     }
-    return true;
+    return first == count || convertBlock(first, count - first);
 }
 
-// An integer as wide as the wider of the two, to collect failures in: loops vectorise when all lanes have one width.
-template <class S, class T>
-using FailureMask = std::conditional_t<
-    (sizeof(S) > 4 || sizeof(T) > 4), std::uint64_t,
-    std::conditional_t<(sizeof(S) > 2 || sizeof(T) > 2), std::uint32_t,
-                       std::conditional_t<(sizeof(S) > 1 || sizeof(T) > 1), std::uint16_t, std::uint8_t>>>;
-
-// Whether all values lie in [lowest, beyond); a NaN does not.
+// An unsigned integer as wide as the floating type, for its bits.
 template <class Floating>
-bool allWithin(const Floating* values, std::uint64_t count, Floating lowest, Floating beyond) {
-    FailureMask<Floating, Floating> outside = 0;
-    for (std::uint64_t i = 0; i < count; ++i) {
-        outside |= static_cast<FailureMask<Floating, Floating>>(!(values[i] >= lowest) | !(values[i] < beyond));
+using BitsOf = std::conditional_t<sizeof(Floating) == 8, std::uint64_t, std::uint32_t>;
+
+// Whether all values lie strictly between -limit and limit; a NaN does not. The bits of magnitudes order as the
+// magnitudes do, and the sign of their difference is collected instead of a comparison, which not every processor has
+// for 64-bit lanes.
+template <class Floating, class Length>
+bool allWithin(const Floating* values, Length length, Floating limit) {
+    static_assert(std::numeric_limits<Floating>::is_iec559);
+    using Bits = BitsOf<Floating>;
+    constexpr Bits magnitude = std::numeric_limits<Bits>::max() >> 1;
+    const Bits limitBits = std::bit_cast<Bits>(limit);
+    Bits below = ~magnitude;
+    for (std::uint64_t i = 0; i < length; ++i) {
+        below &= (std::bit_cast<Bits>(values[i]) & magnitude) - limitBits;
     }
-    return outside == 0;
+    return below != 0;
 }
 
 // The signed integer through which the processor converts a floating value to T in one step.
 template <class T>
 using CastVehicle = std::conditional_t<(sizeof(T) < 4 || std::is_same_v<T, int>), std::int32_t, std::int64_t>;
 
-template <class Floating, class T>
-void castFloatingBlock(const Floating* source, T* target, std::uint64_t count) {
-    using Vehicle = CastVehicle<T>;
-    constexpr Floating limit = powerOfTwo<Floating>(8 * sizeof(Vehicle) - 1);
-    if (allWithin(source, count, -limit, limit)) {
-        for (std::uint64_t i = 0; i < count; ++i) {
-            target[i] = static_cast<T>(static_cast<Vehicle>(source[i]));
+// Whether a cast looks at a block before it converts it.
+template <class S, class T>
+inline constexpr bool castChecksRange = std::is_floating_point_v<S>&& std::is_integral_v<T> && !std::is_same_v<T, bool>;
+
+template <class S, class T, class Length>
+void castBlock(const S* source, T* target, Length length) {
+    if constexpr (castChecksRange<S, T>) {
+        using Vehicle = CastVehicle<T>;
+        if (allWithin(source, length, powerOfTwo<S>(8 * sizeof(Vehicle) - 1))) {
+            for (std::uint64_t i = 0; i < length; ++i) {
+                target[i] = static_cast<T>(static_cast<Vehicle>(source[i]));
+            }
+            return;
         }
-    } else {
-        for (std::uint64_t i = 0; i < count; ++i) {
-            target[i] = castFloatingToInteger<T>(source[i]);
-        }
+    }
+    for (std::uint64_t i = 0; i < length; ++i) {
+        target[i] = castNumber<T>(loadNumber(source + i));
     }
 }
 
+// None of these bits is set only where keepsValue holds; one may be set there too, as for an infinity that stays.
+// Collected over a block instead of comparisons.
 template <class S, class T>
-void castReals(const S* source, T* target, std::uint64_t count) {
+auto changedBits(S value, T converted) {
+    if constexpr (std::is_floating_point_v<S>) {
+        return std::bit_cast<BitsOf<S>>(static_cast<S>(converted) - value);
+    } else {
+        using Common = std::common_type_t<S, T>;
+        return static_cast<Common>(converted) ^ static_cast<Common>(value);
+    }
+}
+
+// Converts a block; false when `exact` is set and an element would change.
+template <class S, class T, class Length>
+bool convertBlock(const S* source, T* target, Length length, bool exact) {
+    castBlock(source, target, length);
+    if constexpr (!alwaysExact<S, T>) {
+        if (exact) {
+            decltype(changedBits(*source, *target)) changed = 0;
+            for (std::uint64_t i = 0; i < length; ++i) {
+                changed |= changedBits(source[i], target[i]);
+            }
+            return changed == 0 || std::equal(source, source + length, target, keepsValue<S, T>);
+        }
+    }
+    return true;
+}
+
+template <class S, class T>
+bool convertReals(const S* source, T* target, std::uint64_t count, bool exact) {
     if constexpr (std::is_same_v<S, T>) {
         copyElements(target, source, count);
-    } else if constexpr (std::is_floating_point_v<S> && std::is_integral_v<T> && !std::is_same_v<T, bool>) {
-        inBlocks(count, [&](std::uint64_t first, std::uint64_t length) {
-            castFloatingBlock(source + first, target + first, length);
-            return true;
-        });
-    } else {
-        for (std::uint64_t i = 0; i < count; ++i) {
-            target[i] = castNumber<T>(loadNumber(source + i));
-        }
-    }
-}
-
-template <class S, class T>
-bool convertRealsExactly(const S* source, T* target, std::uint64_t count) {
-    if constexpr (alwaysExact<S, T>) {
-        castReals(source, target, count);
         return true;
     } else {
-        return inBlocks(count, [&](std::uint64_t first, std::uint64_t length) {
-            castReals(source + first, target + first, length);
-            FailureMask<S, T> changed = 0;
-            for (std::uint64_t i = first; i < first + length; ++i) {
-                changed |= static_cast<FailureMask<S, T>>(!keepsValue(source[i], target[i]));
-            }
-            return changed == 0;
+        if (!castChecksRange<S, T> && (!exact || alwaysExact<S, T>)) {
+            return convertBlock(source, target, count, false);
+        }
+        return inBlocks(count, [&](std::uint64_t first, auto length) {
+            return convertBlock(source + first, target + first, length, exact);
         });
     }
 }
@@ -109,39 +132,44 @@ const Component<Complex>* componentsOf(const Complex* elements) {
 template <class S, class T>
 bool convertRealsToComplex(const S* source, T* target, std::uint64_t count, bool exact) {
     using Part = Component<T>;
-    Part* const parts = componentsOf(target);
-    return inBlocks(count, [&](std::uint64_t first, std::uint64_t length) {
-        FailureMask<S, Part> changed = 0;
-        for (std::uint64_t i = first; i < first + length; ++i) {
-            const S value = loadNumber(source + i);
-            const Part real = castNumber<Part>(value);
-            parts[2 * i] = real;
-            parts[2 * i + 1] = Part{};
-            changed |= static_cast<FailureMask<S, Part>>(!keepsValue(value, real));
+    return inBlocks(count, [&](std::uint64_t first, auto length) {
+        Part reals[BlockLength::value];
+        if (!convertBlock(source + first, reals, length, exact)) {
+            return false;
         }
-        return !exact || changed == 0;
+        Part* const parts = componentsOf(target + first);
+        for (std::uint64_t i = 0; i < length; ++i) {
+            parts[2 * i] = reals[i];
+            parts[2 * i + 1] = Part{};
+        }
+        return true;
     });
 }
 
 template <class S, class T>
 bool convertComplexToReals(const S* source, T* target, std::uint64_t count, bool exact) {
     using Part = Component<S>;
-    const Part* const parts = componentsOf(source);
-    return inBlocks(count, [&](std::uint64_t first, std::uint64_t length) {
-        FailureMask<Part, T> changed = 0;
-        for (std::uint64_t i = first; i < first + length; ++i) {
-            const Part real = loadNumber(parts + 2 * i);
-            const T converted = castNumber<T>(real);
-            target[i] = converted;
+    return inBlocks(count, [&](std::uint64_t first, auto length) {
+        const Part* const parts = componentsOf(source + first);
+        T* const converted = target + first;
+        Part reals[BlockLength::value] = {};
+        for (std::uint64_t i = 0; i < length; ++i) {
+            reals[i] = loadNumber(parts + 2 * i);
+        }
+        castBlock(reals, converted, length);
+        if (!exact) {
+            return true;
+        }
+        bool kept = true;
+        for (std::uint64_t i = 0; i < length; ++i) {
             // Unlike between reals, the value is converted back, and NaN is refused where it could stay.
-            bool kept = castNumber<Part>(converted) == real;
+            kept = kept & (castNumber<Part>(converted[i]) == loadNumber(parts + 2 * i));
             // Deliberately only the real part decides what is a bool.
             if constexpr (!std::is_same_v<T, bool>) {
                 kept = kept & (loadNumber(parts + 2 * i + 1) == Part{});
             }
-            changed |= static_cast<FailureMask<Part, T>>(!kept);
         }
-        return !exact || changed == 0;
+        return kept;
     });
 }
 
@@ -149,16 +177,13 @@ bool convertComplexToReals(const S* source, T* target, std::uint64_t count, bool
 template <class S, class T>
 bool convertNumbers(const S* source, T* target, std::uint64_t count, bool exact) {
     if constexpr (isComplexElement<S> && isComplexElement<T>) {
-        return convertNumbers(componentsOf(source), componentsOf(target), 2 * count, exact);
+        return convertReals(componentsOf(source), componentsOf(target), 2 * count, exact);
     } else if constexpr (isComplexElement<T>) {
         return convertRealsToComplex(source, target, count, exact);
     } else if constexpr (isComplexElement<S>) {
         return convertComplexToReals(source, target, count, exact);
-    } else if (exact) {
-        return convertRealsExactly(source, target, count);
     } else {
-        castReals(source, target, count);
-        return true;
+        return convertReals(source, target, count, exact);
     }
 }
 

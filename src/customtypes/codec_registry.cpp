@@ -8,6 +8,7 @@
 #include <mutex>
 #include <stdexcept>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace Quorvane::Pyx {
@@ -48,11 +49,11 @@ public:
 
     // Calls use(codec) under the lock, with the codec that `matches`.
     template <class Matches, class Use>
-    auto useCodec(Matches matches, const std::string& failureText, Use use) {
+    auto useCodec(Matches matches, const char* failure, std::string_view name, Use use) {
         const std::lock_guard lock(mutex_);
         const auto found = std::find_if(codecs_.begin(), codecs_.end(), matches);
         if (found == codecs_.end()) {
-            throw std::runtime_error(failureText);
+            throw std::runtime_error(std::string(failure).append(name));
         }
         return use(*found);
     }
@@ -66,6 +67,10 @@ private:
     std::mutex mutex_;
     std::vector<CustomTypeCodec> codecs_;
 };
+
+// Made when the library is loaded, so that it outlasts every registration of a client, also one in a static object that
+// was constructed before the first use of the registry.
+[[maybe_unused]] const CodecRegistry& registryAtLoad = CodecRegistry::instance();
 
 }  // namespace
 
@@ -84,7 +89,7 @@ bool unregisterCustomTypeCodec(const std::type_info& type) {
 EncodedCustomTypeValues encodeCustomType(const ZVariant& value) {
     const std::type_info& type = value.storedTypeInfo();
     return CodecRegistry::instance().useCodec([&](const CustomTypeCodec& codec) { return *codec.typeInfo == type; },
-                                              std::string("No codec found to encode type ") + type.name(),
+                                              "No codec found to encode type ", type.name(),
                                               [&](const CustomTypeCodec& codec) {
                                                   return EncodedCustomTypeValues{codec.typeName, codec.encoder(value)};
                                               });
@@ -93,7 +98,7 @@ EncodedCustomTypeValues encodeCustomType(const ZVariant& value) {
 ZVariant decodeCustomType(const EncodedCustomTypeValues& encoded) {
     return CodecRegistry::instance().useCodec(
         [&](const CustomTypeCodec& codec) { return codec.typeName == encoded.typeName; },
-        "No codec found to decode type " + encoded.typeName,
+        "No codec found to decode type ", encoded.typeName,
         [&](const CustomTypeCodec& codec) { return codec.decoder(encoded.values); });
 }
 

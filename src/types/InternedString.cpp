@@ -11,9 +11,11 @@ namespace Quorvane::Pyx {
 
 namespace {
 
-// Finds a text without building a std::string of it.
-struct TextHash : std::hash<std::string_view> {
+// Finds a text without building a std::string of it. Not noexcept, because libstdc++ then keeps the hash with each text
+// and does not work it out again for the neighbours of the one that it looks for.
+struct TextHash {
     using is_transparent = void;
+    std::size_t operator()(std::string_view text) const { return std::hash<std::string_view>()(text); }
 };
 
 // Node-based, so that the characters of a stored text never move, however the set grows.

@@ -13,8 +13,8 @@
 namespace Quorvane::Pyx::Internal {
 
 struct CustomTypeCodec {
-    std::string typeName;            // the key for decoding
-    const std::type_info* typeInfo;  // the key for encoding; not owned
+    std::string typeName;                      // the key for decoding
+    const std::type_info* typeInfo = nullptr;  // the key for encoding; not owned, not null when it is registered
     std::function<PropertyNode(const ZVariant&)> encoder;
     std::function<ZVariant(const PropertyNode&)> decoder;
 };

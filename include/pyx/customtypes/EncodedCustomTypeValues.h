@@ -2,13 +2,12 @@
 #pragma once
 
 #include <pyx/properties/PropertyTree.h>
-#include <pyx/types/export.h>
 
 #include <string>
 
 namespace Quorvane::Pyx {
 
-struct PYXCORE_API EncodedCustomTypeValues {
+struct EncodedCustomTypeValues {
     // The name under which the codec of the class is registered.
     std::string typeName;
     // A map for a scalar; for an array a list of maps, flat and in storage order: its shape is not kept.

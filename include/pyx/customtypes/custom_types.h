@@ -13,7 +13,9 @@
 namespace Quorvane::Pyx {
 
 // The registry of codecs has one lock, which is held while a function of a client encodes or decodes: such a function
-// must not call anything of this header. All of it may be called from any thread.
+// must not call anything of this header, and neither must what its destruction calls. All of it may be called from any
+// thread. Values of a custom class, frozen trees and registered functions must be gone before the module that made them
+// is unloaded: they lead to its code.
 
 namespace Internal {
 
@@ -46,7 +48,7 @@ template <class T>
 class CustomTypeRegistration {
 public:
     template <class ToMap, class FromMap>
-    CustomTypeRegistration(const std::string& typeName, ToMap toMap, FromMap fromMap) {
+    [[nodiscard]] CustomTypeRegistration(const std::string& typeName, ToMap toMap, FromMap fromMap) {
         registerCustomType<T>(typeName, std::move(toMap), std::move(fromMap));
     }
     ~CustomTypeRegistration() { Internal::unregisterCustomTypeCodec(typeid(T)); }

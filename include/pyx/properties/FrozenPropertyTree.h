@@ -25,10 +25,16 @@ struct FPropertyListData;
 struct FPropertyMapData;
 }  // namespace Internal
 
+// One handle object may not be assigned to while another thread reads it; everything else is free of races. What a
+// handle leads to lives as long as any handle on it.
+
 // A handle on frozen nodes in order. A handle without data is an empty list. Positions must be below size() but where
 // std::out_of_range is told.
-class PYXCORE_API FPropertyList {
+class FPropertyList {
 public:
+    using value_type = FPropertyNode;
+    using const_iterator = const FPropertyNode*;
+
     FPropertyList() = default;
     // Freezes every element. Raises std::bad_alloc, and has then changed nothing.
     explicit FPropertyList(const PropertyList& list);
@@ -42,7 +48,7 @@ public:
     const FPropertyNode& at(std::size_t position) const;
 
     // What a handle without data reads.
-    static const Internal::FPropertyListData s_nullListData;
+    PYXCORE_API static const Internal::FPropertyListData s_nullListData;
 
 private:
     const Internal::FPropertyListData& data() const noexcept { return data_ ? *data_ : s_nullListData; }
@@ -52,8 +58,11 @@ private:
 
 // A handle on keys and frozen nodes, in the order of insertion and without duplicate keys. A handle without data is an
 // empty map.
-class PYXCORE_API FPropertyMap {
+class FPropertyMap {
 public:
+    using value_type = FPropertyMapEntry;
+    using const_iterator = const FPropertyMapEntry*;
+
     FPropertyMap() = default;
     // Freezes every entry; of entries with the same key the first one is kept. Raises std::bad_alloc, and has then
     // changed nothing.
@@ -71,7 +80,7 @@ public:
     const FPropertyNode& at(InternedString key) const;
 
     // What a handle without data reads.
-    static const Internal::FPropertyMapData s_nullMapData;
+    PYXCORE_API static const Internal::FPropertyMapData s_nullMapData;
 
 private:
     const Internal::FPropertyMapData& data() const noexcept { return data_ ? *data_ : s_nullMapData; }
@@ -80,12 +89,15 @@ private:
 };
 
 // A handle on a frozen null, value, list or map. A handle without content is null.
-class PYXCORE_API FPropertyNode {
+class FPropertyNode {
 public:
     FPropertyNode() = default;
     // Freezes the node and all below it; data of values are shared. Raises std::bad_alloc, and has then changed
     // nothing.
     explicit FPropertyNode(const PropertyNode& node);
+    // A node around a list or map that is frozen already.
+    explicit FPropertyNode(FPropertyList list);
+    explicit FPropertyNode(FPropertyMap map);
 
     bool isNull() const noexcept;
     bool isValue() const noexcept;
@@ -93,16 +105,19 @@ public:
     bool isMap() const noexcept;
 
     // Raise std::out_of_range "PropertyNode is not a value", "... a list" and "... a map".
-    const ZVariant& value() const;
-    const FPropertyList& list() const;
-    const FPropertyMap& map() const;
+    const ZVariant& value() const&;
+    const FPropertyList& list() const&;
+    const FPropertyMap& map() const&;
+    ZVariant value() const&& { return value(); }
+    FPropertyList list() const&& { return list(); }
+    FPropertyMap map() const&& { return map(); }
 
     // The node at a path below this one; null when there is none.
     const FPropertyNode* find(const PropertyPath& path) const { return Internal::findAtPath(*this, path); }
     // The same; raises std::out_of_range as value(), list(), map() and at() of a list or map do.
     const FPropertyNode& at(const PropertyPath& path) const { return Internal::getAtPath(*this, path); }
 
-    // Whether both are handles on one object.
+    // Whether both are handles on one object, or both null without content.
     bool sharesContentWith(const FPropertyNode& other) const noexcept { return content_ == other.content_; }
 
 private:
@@ -137,6 +152,9 @@ public:
         }
     }
 
+    explicit FPropertyNodeImpl(FPropertyList&& list) : content(std::move(list)) {}
+    explicit FPropertyNodeImpl(FPropertyMap&& map) : content(std::move(map)) {}
+
     std::variant<std::monostate, ZVariant, FPropertyList, FPropertyMap> content;
 };
 
@@ -144,6 +162,12 @@ public:
 
 inline FPropertyNode::FPropertyNode(const PropertyNode& node)
     : content_(node.isNull() ? nullptr : std::make_shared<const Internal::FPropertyNodeImpl>(node)) {}
+
+inline FPropertyNode::FPropertyNode(FPropertyList list)
+    : content_(std::make_shared<const Internal::FPropertyNodeImpl>(std::move(list))) {}
+
+inline FPropertyNode::FPropertyNode(FPropertyMap map)
+    : content_(std::make_shared<const Internal::FPropertyNodeImpl>(std::move(map))) {}
 
 inline bool FPropertyNode::isNull() const noexcept {
     return content_ == nullptr || std::holds_alternative<std::monostate>(content_->content);
@@ -161,21 +185,21 @@ inline bool FPropertyNode::isMap() const noexcept {
     return content_ != nullptr && std::holds_alternative<FPropertyMap>(content_->content);
 }
 
-inline const ZVariant& FPropertyNode::value() const {
+inline const ZVariant& FPropertyNode::value() const& {
     if (!isValue()) {
         Internal::throwNotAValue();
     }
     return *std::get_if<ZVariant>(&content_->content);
 }
 
-inline const FPropertyList& FPropertyNode::list() const {
+inline const FPropertyList& FPropertyNode::list() const& {
     if (!isList()) {
         Internal::throwNotAList();
     }
     return *std::get_if<FPropertyList>(&content_->content);
 }
 
-inline const FPropertyMap& FPropertyNode::map() const {
+inline const FPropertyMap& FPropertyNode::map() const& {
     if (!isMap()) {
         Internal::throwNotAMap();
     }

@@ -16,14 +16,21 @@
 namespace Quorvane::Pyx {
 
 // One step of a path: the key of a map, or a position in a list.
-class PYXCORE_API PropertyPathSegment {
+class PropertyPathSegment {
+    template <class T>
+    static constexpr bool isPosition =
+        std::is_integral_v<T> && !std::is_same_v<T, bool> && !std::is_same_v<T, char> && !std::is_same_v<T, wchar_t> &&
+        !std::is_same_v<T, char16_t> && !std::is_same_v<T, char32_t>;
+
 public:
     PropertyPathSegment(InternedString name) noexcept : step_(name) {}
     PropertyPathSegment(const char* name) : step_(InternedString(name)) {}
     PropertyPathSegment(std::string_view name) : step_(InternedString(name)) {}
     PropertyPathSegment(const std::string& name) : step_(InternedString(name)) {}
-    // Raises std::invalid_argument for a negative position.
-    template <class Integer, std::enable_if_t<std::is_integral_v<Integer>, int> = 0>
+    PropertyPathSegment(std::nullptr_t) = delete;
+    // A position, of any integer type but bool and the character types. Raises std::invalid_argument when it is
+    // negative.
+    template <class Integer, std::enable_if_t<isPosition<Integer>, int> = 0>
     PropertyPathSegment(Integer position) : step_(static_cast<std::uint64_t>(position)) {
         if constexpr (std::is_signed_v<Integer>) {
             if (position < 0) {
@@ -62,11 +69,17 @@ private:
 };
 
 // A sequence of steps from the root of a tree; the empty path is the root itself. An ordinary value.
-class PYXCORE_API PropertyPath {
+class PropertyPath {
 public:
+    using value_type = PropertyPathSegment;
+    using const_iterator = std::vector<PropertyPathSegment>::const_iterator;
+
     PropertyPath() = default;
     // `{"sensors", 3, "gain"}`
     PropertyPath(std::initializer_list<PropertyPathSegment> segments) : segments_(segments) {}
+    // From a range of segments, or of what makes one.
+    template <class Iterator, std::enable_if_t<!std::is_convertible_v<Iterator, const char*>, int> = 0>
+    PropertyPath(Iterator begin, Iterator end) : segments_(begin, end) {}
 
     void append(PropertyPathSegment segment) { segments_.push_back(segment); }
 
@@ -88,8 +101,8 @@ public:
 
     std::size_t size() const noexcept { return segments_.size(); }
     bool empty() const noexcept { return segments_.empty(); }
-    auto begin() const noexcept { return segments_.begin(); }
-    auto end() const noexcept { return segments_.end(); }
+    const_iterator begin() const noexcept { return segments_.begin(); }
+    const_iterator end() const noexcept { return segments_.end(); }
     // The position must be below size().
     const PropertyPathSegment& operator[](std::size_t position) const { return segments_[position]; }
     // Raises std::out_of_range.

@@ -18,10 +18,14 @@ namespace Quorvane::Pyx {
 class PropertyNode;
 struct PropertyMapEntry;
 
+// All three are ordinary values: reading on several threads is safe, a change needs the tree alone. References and
+// pointers into a list or map are good until something is inserted into it or erased from it.
+
 // Nodes in order; a null node is an element like any other. Positions must be below size() but where std::out_of_range
 // is told.
-class PYXCORE_API PropertyList {
+class PropertyList {
 public:
+    using value_type = PropertyNode;
     using iterator = std::vector<PropertyNode>::iterator;
     using const_iterator = std::vector<PropertyNode>::const_iterator;
 
@@ -34,6 +38,9 @@ public:
     // `{1, "two", PropertyList{3}}`. Compilers disagree on whether a list alone in braces is copied or becomes an
     // element: write `PropertyList{PropertyNode(list)}` for a list in a list.
     PropertyList(std::initializer_list<PropertyNode> nodes);
+    // From a range of nodes, or of what makes one.
+    template <class Iterator, std::enable_if_t<!std::is_convertible_v<Iterator, const char*>, int> = 0>
+    PropertyList(Iterator begin, Iterator end);
 
     std::size_t size() const noexcept;
     bool empty() const noexcept { return nodes_.empty(); }
@@ -61,8 +68,9 @@ private:
 };
 
 // Keys and nodes in the order of insertion. Looking up is a scan from the front that compares pointers.
-class PYXCORE_API PropertyMap {
+class PropertyMap {
 public:
+    using value_type = PropertyMapEntry;
     using iterator = std::vector<PropertyMapEntry>::iterator;
     using const_iterator = std::vector<PropertyMapEntry>::const_iterator;
 
@@ -74,6 +82,8 @@ public:
     ~PropertyMap();
     // `{{"name", "lattice"}, {"seed", 7}}`. Of entries with the same key the first one is kept.
     PropertyMap(std::initializer_list<PropertyMapEntry> entries);
+    template <class Iterator>
+    PropertyMap(Iterator begin, Iterator end);
 
     std::size_t size() const noexcept;
     bool empty() const noexcept { return entries_.empty(); }
@@ -103,8 +113,9 @@ private:
 };
 
 // A null, a value, a list or a map. Copies are deep, but for the data of values, which are shared until written. A
-// moved-from node may only be assigned to or destroyed.
-class PYXCORE_API PropertyNode {
+// moved-from node may only be assigned to or destroyed. Name the class of a map or list in braces, `PropertyMap{...}`:
+// bare braces make a list where they compile.
+class PropertyNode {
 public:
     PropertyNode() = default;
     PropertyNode(const PropertyNode&) = default;
@@ -118,6 +129,8 @@ public:
     PropertyNode(std::nullptr_t) {}
     PropertyNode(PropertyList list) : content_(std::move(list)) {}
     PropertyNode(PropertyMap map) : content_(std::move(map)) {}
+    // A value with the text.
+    PropertyNode(InternedString text) : PropertyNode(text.view()) {}
     // Whatever a ZVariant can be made of.
     template <class T, std::enable_if_t<std::is_convertible_v<T, ZVariant>, int> = 0>
     PropertyNode(T&& value) : content_(std::in_place_type<ZVariant>, std::forward<T>(value)) {}
@@ -128,22 +141,25 @@ public:
     bool isMap() const noexcept { return std::holds_alternative<PropertyMap>(content_); }
 
     // Raise std::out_of_range "PropertyNode is not a value", "... a list" and "... a map".
-    ZVariant& value() { return const_cast<ZVariant&>(std::as_const(*this).value()); }
-    PropertyList& list() { return const_cast<PropertyList&>(std::as_const(*this).list()); }
-    PropertyMap& map() { return const_cast<PropertyMap&>(std::as_const(*this).map()); }
-    const ZVariant& value() const {
+    ZVariant& value() & { return const_cast<ZVariant&>(std::as_const(*this).value()); }
+    PropertyList& list() & { return const_cast<PropertyList&>(std::as_const(*this).list()); }
+    PropertyMap& map() & { return const_cast<PropertyMap&>(std::as_const(*this).map()); }
+    ZVariant value() && { return std::move(value()); }
+    PropertyList list() && { return std::move(list()); }
+    PropertyMap map() && { return std::move(map()); }
+    const ZVariant& value() const& {
         if (!isValue()) {
             Internal::throwNotAValue();
         }
         return *std::get_if<ZVariant>(&content_);
     }
-    const PropertyList& list() const {
+    const PropertyList& list() const& {
         if (!isList()) {
             Internal::throwNotAList();
         }
         return *std::get_if<PropertyList>(&content_);
     }
-    const PropertyMap& map() const {
+    const PropertyMap& map() const& {
         if (!isMap()) {
             Internal::throwNotAMap();
         }
@@ -172,6 +188,9 @@ inline PropertyList::PropertyList(PropertyList&&) noexcept = default;
 inline PropertyList::~PropertyList() = default;
 
 inline PropertyList::PropertyList(std::initializer_list<PropertyNode> nodes) : nodes_(nodes) {}
+
+template <class Iterator, std::enable_if_t<!std::is_convertible_v<Iterator, const char*>, int>>
+PropertyList::PropertyList(Iterator begin, Iterator end) : nodes_(begin, end) {}
 
 inline PropertyList& PropertyList::operator=(PropertyList other) noexcept {
     nodes_.swap(other.nodes_);
@@ -232,10 +251,14 @@ inline PropertyMap::PropertyMap(const PropertyMap&) = default;
 inline PropertyMap::PropertyMap(PropertyMap&&) noexcept = default;
 inline PropertyMap::~PropertyMap() = default;
 
-inline PropertyMap::PropertyMap(std::initializer_list<PropertyMapEntry> entries) {
-    for (const PropertyMapEntry& entry : entries) {
-        if (!contains(entry.key)) {
-            entries_.push_back(entry);
+inline PropertyMap::PropertyMap(std::initializer_list<PropertyMapEntry> entries)
+    : PropertyMap(entries.begin(), entries.end()) {}
+
+template <class Iterator>
+PropertyMap::PropertyMap(Iterator begin, Iterator end) {
+    for (; begin != end; ++begin) {
+        if (!contains(begin->key)) {
+            entries_.push_back(*begin);
         }
     }
 }

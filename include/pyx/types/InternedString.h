@@ -10,6 +10,7 @@
 #include <ostream>
 #include <string>
 #include <string_view>
+#include <type_traits>
 
 namespace Quorvane::Pyx {
 
@@ -36,11 +37,19 @@ static const InternedStringSetManager internedStringSetManager;
 }  // namespace Internal
 
 // A handle of two words on a text that is stored until the process, or the last module that uses it, ends. Owns
-// nothing; copies and comparisons are free, on any thread. Making one takes a lock and may raise std::bad_alloc. A
-// default-constructed handle has no text and equals no interned one, not even the empty text.
+// nothing; copies and comparisons are free, on any thread. Making one takes a lock of the process and stores a new text
+// for ever: hold the handle of a text that is used often, and do not intern unbounded foreign text. It may raise
+// std::bad_alloc, and std::system_error from the lock. A default-constructed handle has no text, equals no interned
+// one, not even the empty text, and is no key.
 class PYXCORE_API InternedString {
+    template <class Text>
+    static constexpr bool isOtherText =
+        std::is_convertible_v<const Text&, std::string_view> && !std::is_same_v<Text, InternedString>;
+
 public:
     constexpr InternedString() noexcept = default;
+    InternedString(std::nullptr_t) = delete;
+    // A zero-terminated text, not null.
     InternedString(const char* text) : InternedString(std::string_view(text)) {}
     InternedString(std::string_view text) : view_(create(text.data(), text.size())) {}
     InternedString(const std::string& text) : InternedString(std::string_view(text)) {}
@@ -57,6 +66,23 @@ public:
         return left.data() == right.data();
     }
     friend constexpr bool operator!=(InternedString left, InternedString right) noexcept { return !(left == right); }
+    // With a text that need not be interned: by its characters.
+    template <class Text, std::enable_if_t<isOtherText<Text>, int> = 0>
+    friend bool operator==(InternedString left, const Text& right) {
+        return left.data() != nullptr && left.view() == std::string_view(right);
+    }
+    template <class Text, std::enable_if_t<isOtherText<Text>, int> = 0>
+    friend bool operator==(const Text& left, InternedString right) {
+        return right == left;
+    }
+    template <class Text, std::enable_if_t<isOtherText<Text>, int> = 0>
+    friend bool operator!=(InternedString left, const Text& right) {
+        return !(left == right);
+    }
+    template <class Text, std::enable_if_t<isOtherText<Text>, int> = 0>
+    friend bool operator!=(const Text& left, InternedString right) {
+        return !(right == left);
+    }
 
     friend std::ostream& operator<<(std::ostream& out, InternedString text) { return out << text.view(); }
 

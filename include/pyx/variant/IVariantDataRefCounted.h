@@ -20,7 +20,8 @@ public:
     void copy() final { referenceCount_.fetch_add(1); }
 
     void destruct() final {
-        if (referenceCount_.fetch_sub(1) == 1) {
+        // Whoever holds the only reference need not count it down, which costs as much as an allocation.
+        if (hasOneReference() || referenceCount_.fetch_sub(1) == 1) {
             delete this;
         }
     }

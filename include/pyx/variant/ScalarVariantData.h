@@ -20,13 +20,7 @@ template <class T, class Base>
 class ScalarVariantData : public Base {
 public:
     explicit ScalarVariantData(const T& value) { copyElements(&value_, &value, 1); }
-    explicit ScalarVariantData(T&& value) {
-        if constexpr (std::is_trivially_copyable_v<T>) {
-            copyElements(&value_, &value, 1);
-        } else {
-            value_ = std::move(value);
-        }
-    }
+    explicit ScalarVariantData(T&& value) : ScalarVariantData(std::move(value), std::is_trivially_copyable<T>()) {}
 
     std::uint64_t numberAllocatedElements() const final { return 1; }
     ArrayDimensionsView dimensions() const final { return {scalarDimensions, 1}; }
@@ -65,6 +59,9 @@ protected:
     const T& value() const { return value_; }
 
 private:
+    ScalarVariantData(T&& value, std::true_type) : ScalarVariantData(std::as_const(value)) {}
+    ScalarVariantData(T&& value, std::false_type) : value_(std::move(value)) {}
+
     T value_{};
 };
 

@@ -132,7 +132,8 @@ private:
     template <class Construct>
     VectorVariantData(std::uint64_t count, ArrayDimensionsView dimensions, DataOrdering ordering, Construct construct)
         : numberAllocatedElements_(count), dimensions_(dimensions.begin(), dimensions.end()), ordering_(ordering) {
-        static_assert(alignof(T) <= alignof(VectorVariantData), "Elements stand right behind the object.");
+        static_assert(alignof(T) <= alignof(VectorVariantData),
+                      "Elements stand right behind the object, so no class may need more alignment than a pointer.");
         construct(reinterpret_cast<T*>(this + 1), count);
     }
 

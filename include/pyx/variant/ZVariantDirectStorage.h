@@ -63,7 +63,7 @@ public:
 
     // The factories make data of the twenty-five element types; data of a custom class are made where it is used.
     template <class T>
-    static ZVariantDirectStorage fromScalar(T&& value) {
+    static ZVariantDirectStorage fromScalar(T value) {
         if constexpr (isWellKnownElement<T>) {
             ZVariantDirectStorage storage(nullptr);
             storage.variantData =

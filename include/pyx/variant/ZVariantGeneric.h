@@ -50,7 +50,8 @@ public:
     ZVariantGeneric(std::string_view text) : ZVariantGeneric(std::string(text)) {}
     ZVariantGeneric(std::nullptr_t) = delete;
 
-    // A scalar of a class of the client's own, which needs a copy, a default constructor and ==. ZVariant only.
+    // A scalar of a class of the client's own, which needs copies, a default constructor, == and the alignment of a
+    // pointer at most. ZVariant only.
     template <class T>
     static ZVariantGeneric fromCustom(T value) {
         requireElement<T>();

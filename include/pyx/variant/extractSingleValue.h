@@ -14,6 +14,7 @@ namespace Quorvane::Pyx {
 template <class T, class Storage>
 std::optional<T> extractSingleValue(const ZVariantGeneric<Storage>& value) {
     using Element = Internal::StoredElement<T>;
+    static_assert(Internal::isWellKnownElement<Element>, "Read elements of a class of your own with elementAt.");
     const ArrayDimensionsView dimensions = value.dimensions();
     const bool single = !dimensions.empty() && std::all_of(dimensions.begin(), dimensions.end(),
                                                            [](std::uint64_t length) { return length == 1; });
