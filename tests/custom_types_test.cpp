@@ -99,7 +99,7 @@ TEST(CustomTypes, NamesAndClassesAreTakenOnce) {
     EXPECT_FALSE(Internal::unregisterCustomTypeCodec(typeid(Other)));
     // A failed registration does not unregister what stands.
     EXPECT_THROW(
-        CustomTypeRegistration<Other>(
+        registerCustomType<Other>(
             "PropertyPath", [](const Other&) { return PropertyMap{}; }, [](const PropertyMap&) { return Other{}; }),
         std::runtime_error);
 }

@@ -124,7 +124,10 @@ private:
     T* const target_;
     std::uint64_t rowOffsets_[tileRows];
     std::uint64_t columnOffsets_[tileColumns];
-    T tile_[tileRows][tileColumns];
+    // In a union, so that elements which have a constructor are not constructed for nothing.
+    union {
+        T tile_[tileRows][tileColumns];
+    };
 };
 
 // A dimension longer than one, with the strides that it has in the two storages.

@@ -20,7 +20,7 @@ public:
     void copy() final { referenceCount_.fetch_add(1); }
 
     void destruct() final {
-        // Whoever holds the only reference need not count it down, which costs as much as an allocation.
+        // The only reference need not be counted down: an atomic write costs more than the test.
         if (hasOneReference() || referenceCount_.fetch_sub(1) == 1) {
             delete this;
         }

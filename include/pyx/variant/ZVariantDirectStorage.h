@@ -65,10 +65,7 @@ public:
     template <class T>
     static ZVariantDirectStorage fromScalar(T value) {
         if constexpr (isWellKnownElement<T>) {
-            ZVariantDirectStorage storage(nullptr);
-            storage.variantData =
-                moveVariantScalar<T>(storage.inlineBuffer, sizeof(storage.inlineBuffer), std::move(value));
-            return storage;
+            return ZVariantDirectStorage(InlineScalar(), std::move(value));
         } else {
             return adopt(new ScalarVariantDataRefCounted<T>(std::move(value)));
         }
@@ -149,7 +146,15 @@ public:
     alignas(void*) std::byte inlineBuffer[40];
 
 private:
+    struct InlineScalar {};
+
     explicit ZVariantDirectStorage(IVariantData* data) : variantData(data) {}
+
+    // A constructor, since what it makes is never moved: a move of an inline scalar costs several times as much.
+    template <class T>
+    ZVariantDirectStorage(InlineScalar, T&& value) {
+        variantData = moveVariantScalar<T>(inlineBuffer, sizeof(inlineBuffer), std::move(value));
+    }
 
     bool isInline() const { return static_cast<const void*>(variantData) == inlineBuffer; }
 
