@@ -1,14 +1,12 @@
 // An array that adopts a client's std::vector, so that large data are taken over without a copy.
 #pragma once
 
-#include <pyx/variant/ElementOperations.h>
-#include <pyx/variant/IVariantDataRefCounted.h>
+#include <pyx/variant/ArrayVariantData.h>
 
 #include <algorithm>
 #include <cstdint>
 #include <stdexcept>
 #include <type_traits>
-#include <typeinfo>
 #include <utility>
 #include <vector>
 
@@ -17,7 +15,7 @@ namespace Quorvane::Pyx::Internal {
 // The shape may outgrow the elements, into the spare capacity of the vector: readers must look at
 // numberAllocatedElements too.
 template <class T>
-class StdVectorVariantData final : public IVariantDataRefCounted {
+class StdVectorVariantData final : public ArrayVariantData<T> {
     static_assert(!std::is_same_v<T, bool>, "std::vector<bool> has no bool elements in memory: copy them instead.");
 
 public:
@@ -37,43 +35,22 @@ public:
 
     std::uint64_t numberAllocatedElements() const override { return elements_.size(); }
     ArrayDimensionsView dimensions() const override { return dimensions_; }
-    bool isScalarStorage() const override { return false; }
     DataOrdering dataOrdering() const override { return ordering_; }
-    WellKnownType wellKnownDataType() const override { return ElementOperations<T>::type; }
-    const std::type_info* storedTypeInfo() const override { return &typeid(T); }
-    CustomTypeOperations* customTypeOperations() const override { return ElementOperations<T>::customTypeOperations(); }
-
-    IVariantData* reorderData(DataOrdering wanted) override {
-        if (wanted == ordering_) {
-            copy();
-            return this;
-        }
-        return ElementOperations<T>::reorder(*this, wanted);
-    }
 
     void reshapeNoRealloc(ArrayDimensionsView wanted) override {
         if (wanted == dimensions()) {
             return;
         }
-        requireOneReference();
+        this->requireOneReference();
         // Deliberately the capacity and not the size: a client may adopt a vector with spare room and fill it later.
         if (wanted.elementCount() > elements_.capacity()) {
-            throwDoesNotFit();
+            this->throwDoesNotFit();
         }
         dimensions_ = wanted.toVector();
     }
 
-    IVariantData* reshapeToZVariant(const IVariantData* source, ArrayDimensionsView wanted,
-                                    DataOrdering ordering) override {
-        return ElementOperations<T>::rebuild(source, wanted, ordering);
-    }
-
     const void* constStoredData() const override { return elements_.data(); }
     void* mutableStoredData() override { return elements_.data(); }
-
-    IVariantData* convertDataTo(WellKnownType target, ConversionMode mode) override {
-        return ElementOperations<T>::convertArray(*this, target, mode);
-    }
 
     IVariantData* duplicate() const override { return new StdVectorVariantData(*this); }
 

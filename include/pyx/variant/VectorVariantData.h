@@ -1,8 +1,7 @@
 // An array whose object and elements are one allocation: what every operation of the library makes.
 #pragma once
 
-#include <pyx/variant/ElementOperations.h>
-#include <pyx/variant/IVariantDataRefCounted.h>
+#include <pyx/variant/ArrayVariantData.h>
 #include <pyx/variant/OwnedData.h>
 
 #include <cstddef>
@@ -13,7 +12,6 @@
 #include <new>
 #include <stdexcept>
 #include <type_traits>
-#include <typeinfo>
 #include <vector>
 
 namespace Quorvane::Pyx::Internal {
@@ -21,7 +19,7 @@ namespace Quorvane::Pyx::Internal {
 // The elements stand directly behind the object, at sizeof(VectorVariantData<T>). Their number is fixed for life; the
 // shape may become smaller, and what it then hides is kept.
 template <class T>
-class VectorVariantData final : public IVariantDataRefCounted {
+class VectorVariantData final : public ArrayVariantData<T> {
 public:
     using Owned = OwnedData<VectorVariantData>;
 
@@ -76,28 +74,16 @@ public:
 
     std::uint64_t numberAllocatedElements() const override { return numberAllocatedElements_; }
     ArrayDimensionsView dimensions() const override { return dimensions_; }
-    bool isScalarStorage() const override { return false; }
     DataOrdering dataOrdering() const override { return ordering_; }
-    WellKnownType wellKnownDataType() const override { return ElementOperations<T>::type; }
-    const std::type_info* storedTypeInfo() const override { return &typeid(T); }
-    CustomTypeOperations* customTypeOperations() const override { return ElementOperations<T>::customTypeOperations(); }
-
-    IVariantData* reorderData(DataOrdering wanted) override {
-        if (wanted == ordering_) {
-            copy();
-            return this;
-        }
-        return ElementOperations<T>::reorder(*this, wanted);
-    }
 
     void reshapeNoRealloc(ArrayDimensionsView wanted) override {
         if (wanted == dimensions()) {
             return;
         }
-        requireOneReference();
+        this->requireOneReference();
         // The limit on the rank is deliberate and this class's alone: its list of dimensions never grows.
         if (wanted.elementCount() > numberAllocatedElements_ || wanted.size() > dimensions_.size()) {
-            throwDoesNotFit();
+            this->throwDoesNotFit();
         }
         // The view may look at a part of this very list.
         if (!wanted.empty()) {
@@ -106,17 +92,8 @@ public:
         dimensions_.resize(wanted.size());
     }
 
-    IVariantData* reshapeToZVariant(const IVariantData* source, ArrayDimensionsView wanted,
-                                    DataOrdering ordering) override {
-        return ElementOperations<T>::rebuild(source, wanted, ordering);
-    }
-
     const void* constStoredData() const override { return elements(); }
     void* mutableStoredData() override { return elements(); }
-
-    IVariantData* convertDataTo(WellKnownType target, ConversionMode mode) override {
-        return ElementOperations<T>::convertArray(*this, target, mode);
-    }
 
     // Copies all allocated elements, also those that the shape hides.
     IVariantData* duplicate() const override {
