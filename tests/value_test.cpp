@@ -160,6 +160,15 @@ TEST(ZVariant, AdoptsVectorsAndKeepsScalarsInline) {
     EXPECT_EQ(grown.elementAt<std::string>(0), "one");
     EXPECT_THROW((void)grown.elementAt<std::string>(1), std::out_of_range);
 
+    std::vector<double> room;
+    room.reserve(4);
+    auto promised = ZVariant::fromVector(std::move(room));
+    promised.reshapeNoRealloc({3});
+    EXPECT_THAT(elementsOf<int>(promised.convertTo(WellKnownType::int32)), ElementsAre(0, 0, 0));
+    EXPECT_THAT(elementsOf<std::string>(promised.convertTo(WellKnownType::string, ConversionMode::CastOrText)),
+                ElementsAre("", "", ""));
+    EXPECT_TRUE(promised.convertTo(WellKnownType::int32, ConversionMode(3)).isNull());
+
     const ZVariant scalar = "lattice";
     const auto* const inside = reinterpret_cast<const char*>(scalar.data<std::string>());
     EXPECT_TRUE(inside >= reinterpret_cast<const char*>(&scalar) &&

@@ -12,6 +12,18 @@
 
 namespace Quorvane::Pyx::Internal {
 
+namespace {
+
+// The default element of a type. Borrowed, static.
+const void* defaultElement(WellKnownType type) {
+    return dispatchElementType(type, [](auto tag) -> const void* {
+        static const typename decltype(tag)::type element{};
+        return &element;
+    });
+}
+
+}  // namespace
+
 IVariantData* convertStoredScalar(WellKnownType source, const void* value, WellKnownType target, ConversionMode mode) {
     return dispatchElementType(target, [&](auto tag) -> IVariantData* {
         using T = typename decltype(tag)::type;
@@ -31,7 +43,12 @@ IVariantData* convertStoredArray(const IVariantData& source, WellKnownType targe
         // A reshape can hide elements of the source, or promise more than it has.
         const std::uint64_t shown = result->numberAllocatedElements();
         const std::uint64_t count = std::min(shown, source.numberAllocatedElements());
-        if (!convert(source.constStoredData(), result->elements(), count, mode)) {
+        T ignored{};
+        // Where the shape promises elements and there is none, the rule looks at one that stands for them.
+        const bool converted = count == 0 && shown != 0
+                                   ? convert(defaultElement(source.wellKnownDataType()), &ignored, 1, mode)
+                                   : convert(source.constStoredData(), result->elements(), count, mode);
+        if (!converted) {
             return nullptr;
         }
         std::fill(result->elements() + count, result->elements() + shown, T{});
