@@ -22,6 +22,7 @@ void addScalars();
 void addArrays();
 void addConversions();
 void addReorders();
+void addSlices();
 void addCalls();
 void addTexts();
 void addTrees();

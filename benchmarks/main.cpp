@@ -32,6 +32,7 @@ int main(int argc, char** argv) {
     addArrays();
     addConversions();
     addReorders();
+    addSlices();
     addCalls();
     addTexts();
     addTrees();

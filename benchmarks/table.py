@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""Prints the results of the benchmarks, from the JSON file that they write, as one table.
+"""Prints the results of the benchmarks, from the JSON files that they and numpy_peers.py write, as one table.
 
 Benchmarks are named `task/contender`. The contender `ours` is shown beside each of the others of its task, by the
 median of the repetitions; a ratio below 1 means that ours is faster.
@@ -33,18 +33,31 @@ def medians(path):
     return tasks
 
 
+def add_numpy(tasks, path):
+    """Adds what numpy_peers.py measured to the tasks that were run; None where NumPy is missing."""
+    with open(path, encoding="utf-8") as file:
+        for task, contender, time in json.load(file):
+            if task in tasks:
+                tasks[task][contender] = time
+
+
 def rows(tasks):
     yield "task", "ours", "peer", "peer's time", "ratio"
     for task, times in tasks.items():
         if "ours" not in times:
             continue
         ours = times.pop("ours")
-        for peer, time in times.items():
-            yield task, readable_time(ours), peer, readable_time(time), f"{ours / time:.2f}"
+        for peer, time in times.items() or [("", None)]:
+            if time is None:
+                yield task, readable_time(ours), peer, "not installed" if peer else "", ""
+            else:
+                yield task, readable_time(ours), peer, readable_time(time), f"{ours / time:.2f}"
 
 
 def main():
-    table = list(rows(medians(sys.argv[1])))
+    tasks = medians(sys.argv[1])
+    add_numpy(tasks, sys.argv[2])
+    table = list(rows(tasks))
     widths = [max(len(row[column]) for row in table) for column in range(len(table[0]))]
     align = [str.ljust, str.rjust, str.ljust, str.rjust, str.rjust]
     for row in table:

@@ -58,6 +58,12 @@ void valuesCrossTheBoundary() {
     CHECK(ZVariantAbi(3.9).as<long>() == 3);
     CHECK(ZVariantAbi(std::numeric_limits<long>::min()).as<long>() == std::numeric_limits<long>::min());
 
+    CHECK(textOf(grid.slice({last, seq(0, last, 2)})) == "[3.5, 5.5]");
+    CHECK(textOf(grid.flatSlice({0, lastN(2)}, UseDataOrdering::WalkColumnMajor)) == "[0.5, 2.5, 5.5]");
+    ZVariantAbi zeros = grid;
+    zeros.assignSlice({all, 0}, 0);
+    CHECK(textOf(zeros) == "[0, 1.5, 2.5, 0, 4.5, 5.5]" && zeros.element<double>({1, 1}) == 4.5);
+
     const ZVariantAbi kept = grid;
     grid.mutableElementAt<double>(0) = 7;
     CHECK(kept.elementAt<double>(0) == 0.5 && grid.elementAt<double>(0) == 7);
@@ -83,6 +89,7 @@ void failuresComeBackAsTheSameExceptions() {
     CHECK(throws<std::length_error>("dimensions do not match data length", [] {
         ZVariantAbi::fromData({1, 2, 3}, {2, 2});
     }));
+    CHECK(throws<std::invalid_argument>("slice dimensions are out of bounds", [&] { (void)grid.slice({2, all}); }));
     CHECK(throws<std::out_of_range>("Indices out of bounds.", [&] { (void)grid.elementAt<double>(6); }));
     CHECK(throws<std::invalid_argument>("Wrong data type.", [&] { (void)grid.elementAt<int>(0); }));
     CHECK(
@@ -112,6 +119,7 @@ void textsCrossWithinOneStandardLibrary() {
     const ZVariantAbi text = ZVariantAbi(2).convertTo(WellKnownType::string, ConversionMode::CastOrText);
     CHECK(text.wellKnownDataType() == WellKnownType::string);
     CHECK(throws<std::runtime_error>(nullptr, [&] { (void)textOf(text); }));
+    CHECK(throws<std::runtime_error>(nullptr, [&] { (void)text.slice({all}); }));
 }
 #endif
 

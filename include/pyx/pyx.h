@@ -4,6 +4,9 @@
 #include <pyx/format/ConsoleFormatter.h>
 #include <pyx/format/PrintTo.h>
 #include <pyx/indexing/ArrayIndexing.h>
+#include <pyx/indexing/IndexSet.h>
+#include <pyx/indexing/SliceFlattener.h>
+#include <pyx/indexing/index_words.h>
 #include <pyx/types/element_types.h>
 #include <pyx/types/portable_type_names.h>
 #include <pyx/types/standard_library.h>

@@ -9,7 +9,6 @@
 #include <cstdint>
 #include <ios>
 #include <ostream>
-#include <stdexcept>
 #include <string>
 
 namespace Quorvane::Pyx::Internal {
@@ -35,8 +34,7 @@ void writeTexts([[maybe_unused]] const ZVariantGeneric<Storage>& value, [[maybe_
     if constexpr (sharesStandardLibrary) {
         writeElements<std::string>(value, out, [&](const std::string& text) { out << '\'' << text << '\''; });
     } else {
-        throw std::runtime_error(
-            "Cannot read texts of PyxCore in a module that is built with another standard library.");
+        throwTextsAreForeign();
     }
 }
 

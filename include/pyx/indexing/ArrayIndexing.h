@@ -2,7 +2,7 @@
 #pragma once
 
 #include <pyx/indexing/ArrayDimensionsView.h>
-#include <pyx/types/export.h>
+#include <pyx/types/standard_library.h>
 
 #include <cstdint>
 #include <vector>
@@ -11,7 +11,7 @@ namespace Quorvane::Pyx {
 
 // Static functions only. All offsets and strides count elements, never bytes; arithmetic is unsigned 64-bit and wraps.
 // Free of shared state. The capitals of four of the names are part of the exported interface.
-class PYXCORE_API ArrayIndexing {
+class PYXCORE_STD_API ArrayIndexing {
 public:
     ArrayIndexing() = default;
     ArrayIndexing(const ArrayIndexing&) = default;
@@ -46,3 +46,7 @@ public:
 };
 
 }  // namespace Quorvane::Pyx
+
+#if !PYXCORE_SAME_STANDARD_LIBRARY
+#include <pyx/indexing/ArrayIndexing_bodies.h>
+#endif

@@ -4,9 +4,11 @@
 #include <pyx/types/dispatch.h>
 #include <pyx/variant/ElementOperations.h>
 #include <pyx/variant/OwnedData.h>
+#include <pyx/variant/ScalarVariantData.h>
 #include <pyx/variant/VectorVariantData.h>
 #include <pyx/variant/array_operations.h>
 #include <pyx/variant/factories.h>
+#include <pyx/variant/slice_elements.h>
 
 #include <algorithm>
 #include <cstdint>
@@ -21,6 +23,13 @@ template <class T>
 inline constexpr bool isComparable<T, std::void_t<decltype(std::declval<const T&>() == std::declval<const T&>())>> =
     true;
 
+// What stands behind the CustomTypeOperations of every data object of this library that holds custom elements.
+struct CustomElements : CustomTypeOperations {
+    SliceOperations sliceOperations;
+    // A new scalar with a copy of the element.
+    IVariantData* (*makeScalar)(const void* element);
+};
+
 // A custom element has the code customType and is told apart by its type identity, compares by its own ==, and converts
 // to no other type, but for elements that equal a default-constructed one: these give defaults in the mode Exact.
 template <class T>
@@ -33,8 +42,8 @@ struct CustomElementOperations {
     static constexpr WellKnownType type = WellKnownType::customType;
 
     static CustomTypeOperations* customTypeOperations() {
-        static CustomTypeOperations operations{&compareElements};
-        return &operations;
+        static CustomElements elements{{&compareElements}, sliceOperationsOf<T>(), &makeScalar};
+        return &elements;
     }
 
     static IVariantData* convertScalar(const T& value, WellKnownType target, ConversionMode mode) {
@@ -77,6 +86,10 @@ struct CustomElementOperations {
     }
 
 private:
+    static IVariantData* makeScalar(const void* element) {
+        return new ScalarVariantDataRefCounted<T>(*static_cast<const T*>(element));
+    }
+
     // Whether the elements may become defaults of another type. No elements are none.
     static bool areDefault(const T* elements, std::uint64_t count, ConversionMode mode) {
         return mode == ConversionMode::Exact && count != 0 &&

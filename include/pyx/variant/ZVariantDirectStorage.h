@@ -12,6 +12,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <stdexcept>
 #include <typeinfo>
 #include <utility>
 #include <vector>
@@ -122,6 +123,26 @@ public:
     bool holdsCustomElement() const {
         const std::type_info* const stored = variantData->storedTypeInfo();
         return stored != nullptr && *stored == typeid(T);
+    }
+
+    // The elements are of a custom class.
+    const CustomElements& customElements() const {
+        const CustomTypeOperations* const operations = variantData->customTypeOperations();
+        if (operations == nullptr) {
+            // A client's storage may claim the code, and nothing is known of its elements then.
+            throw std::runtime_error("unknown type");
+        }
+        return static_cast<const CustomElements&>(*operations);
+    }
+
+    ZVariantDirectStorage allocateCustomElements(ArrayDimensionsView dimensions, DataOrdering ordering) const {
+        return adopt(variantData->reshapeToZVariant(nullptr, dimensions, ordering));
+    }
+
+    ZVariantDirectStorage customScalarAt(std::uint64_t position) const {
+        const CustomElements& elements = customElements();
+        return adopt(elements.makeScalar(static_cast<const std::byte*>(variantData->constStoredData()) +
+                                         position * elements.sliceOperations.elementSize));
     }
 
     void* mutableStoredData() {

@@ -3,10 +3,13 @@
 
 #include <pyx/indexing/ArrayDimensionsView.h>
 #include <pyx/indexing/DataOrdering.h>
+#include <pyx/indexing/IndexSet.h>
+#include <pyx/indexing/SliceWalk.h>
 #include <pyx/types/element_types.h>
 #include <pyx/types/portable_type_names.h>
 #include <pyx/variant/ConversionMode.h>
 #include <pyx/variant/ElementOperations.h>
+#include <pyx/variant/VariantSlices.h>
 #include <pyx/variant/ZVariantValueRange.h>
 #include <pyx/variant/conversion_failure_text.h>
 
@@ -33,6 +36,8 @@ namespace Quorvane::Pyx {
 // which are cut after 199 characters.
 template <class Storage>
 class ZVariantGeneric {
+    using Slices = Internal::VariantSlices<Storage>;
+
     static_assert(Storage::supported,
                   "ZVariant calls the library directly and needs the library's standard library (libstdc++): use "
                   "ZVariantAbi in modules that are built with another one.");
@@ -229,6 +234,70 @@ public:
     // allocated cannot grow.
     void reshapeNoRealloc(ArrayDimensionsView dimensions) { storage_.reshapeNoRealloc(dimensions); }
 
+    // Slices select elements by index sets, as `grid.slice({last, seq(0, last, 2)})`. In all of them T is the exact
+    // type of the elements, or `void` for whatever it is; a class of the client's own may be given as T as well. A
+    // scalar has one dimension and a null none, which makes every slice of a null a null. Everything is checked before
+    // anything is read or written. Errors of all: std::invalid_argument "slice dimensions don't match ZVariant
+    // dimensions" unless there is one set for each dimension, "slice dimensions are out of bounds" and "Wrong data
+    // type."; std::out_of_range "Index value out-of-range" from flat slices, and "Indices out of bounds." for a shape
+    // that outgrew an adopted vector; std::length_error "vector too long" for most ranges that run backwards.
+
+    // The elements at every combination of the positions that the sets select, one set for each dimension: a new array
+    // of the slice's shape, in which a dimension of one position stays, stored in the order of the walk.
+    template <class T = void>
+    [[nodiscard]] ZVariantGeneric slice(const std::vector<IndexSet>& sets,
+                                        UseDataOrdering walk = UseDataOrdering::WalkDataOrdering) const {
+        return Slices::template read<T>(*this, sets, walk);
+    }
+
+    // The elements that the set selects from all elements, counted in the order of the walk: an array of one dimension.
+    template <class T = void>
+    [[nodiscard]] ZVariantGeneric flatSlice(const IndexSet& set,
+                                            UseDataOrdering walk = UseDataOrdering::WalkDataOrdering) const {
+        return Slices::template read<T>(*this, set, walk);
+    }
+
+    // Writes a scalar to all elements of the slice, or an array of exactly its shape, each element to the one of the
+    // same indices whatever the orderings. Values of another element type are converted first. They may be this value
+    // itself. Makes this value the only holder of its data. Raises what convertOrThrow raises, and
+    // std::invalid_argument "Cannot write data of shape ... to a slice of shape ..." for an array of another shape.
+    template <class T = void>
+    void assignSlice(const std::vector<IndexSet>& sets, ZVariantGeneric values) {
+        // Walking as the values are stored brings each to its indices.
+        const UseDataOrdering walk = values.dataOrdering() == DataOrdering::RowMajor ? UseDataOrdering::WalkRowMajor
+                                                                                     : UseDataOrdering::WalkColumnMajor;
+        Slices::template write<T>(*this, sets, std::move(values), walk);
+    }
+
+    // The same for a flat slice; an array has one dimension here.
+    template <class T = void>
+    void assignFlatSlice(const IndexSet& set, ZVariantGeneric values,
+                         UseDataOrdering walk = UseDataOrdering::WalkDataOrdering) {
+        Slices::template write<T>(*this, set, std::move(values), walk);
+    }
+
+    // The element at the indices, one for each dimension: a T, or a scalar value of the own type. Raises
+    // std::invalid_argument "Cannot access element of null variant." for a null.
+    template <class T = void>
+    [[nodiscard]] auto element(const std::vector<std::uint64_t>& indices) const {
+        const std::uint64_t position = Slices::positionOf(*this, indices);
+        if constexpr (std::is_void_v<T>) {
+            return Slices::scalarAt(*this, position);
+        } else {
+            return Internal::readElement(elementAt<T>(position));
+        }
+    }
+
+    // Replaces the element at the indices by a scalar, converted to the own type, or by a T. Makes this value the only
+    // holder of its data.
+    void assignElement(const std::vector<std::uint64_t>& indices, ZVariantGeneric value) {
+        assignSlice(ArraySliceFromIndices(indices), std::move(value));
+    }
+    template <class T>
+    void assignElement(const std::vector<std::uint64_t>& indices, const typename Internal::ElementTag<T>::type& value) {
+        mutableElementAt<T>(Slices::positionOf(*this, indices)) = value;
+    }
+
 private:
     explicit ZVariantGeneric(Storage&& storage) noexcept : storage_(std::move(storage)) {}
 
@@ -254,19 +323,33 @@ private:
         Storage::template requireLayout<T>();
     }
 
-    // Positions behind the storage are refused as well: a shape can outgrow an adopted vector.
-    template <class T>
-    void checkAccess(std::uint64_t position) const {
-        requireReadable<T>();
+    void requireNotNull() const {
         if (isNull()) {
             throw std::invalid_argument("Cannot access element of null variant.");
         }
+    }
+
+    template <class T>
+    void requireElements() const {
+        requireReadable<T>();
         if (!isElementType<T>()) {
             throw std::invalid_argument("Wrong data type.");
         }
+    }
+
+    // Positions behind the storage are refused as well: a shape can outgrow an adopted vector.
+    void requirePosition(std::uint64_t position) const {
         if (position >= elementCount() || position >= numberAllocatedElements()) {
             throw std::out_of_range("Indices out of bounds.");
         }
+    }
+
+    template <class T>
+    void checkAccess(std::uint64_t position) const {
+        requireReadable<T>();
+        requireNotNull();
+        requireElements<T>();
+        requirePosition(position);
     }
 
     template <class T>
@@ -275,11 +358,11 @@ private:
         if (elementCount() == 0) {
             return false;
         }
-        if (!isElementType<T>()) {
-            throw std::invalid_argument("Wrong data type.");
-        }
+        requireElements<T>();
         return true;
     }
+
+    friend class Internal::VariantSlices<Storage>;
 
     Storage storage_;
 };

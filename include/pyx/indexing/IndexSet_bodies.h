@@ -1,0 +1,54 @@
+// Compiled once inside the library, and by each module that is built with another standard library.
+#pragma once
+
+#include <pyx/indexing/IndexSet.h>
+
+#include <algorithm>
+#include <iterator>
+
+namespace Quorvane::Pyx {
+
+PYXCORE_STD_BODY IndexSet::IndexSet(const IndexSet& other) {
+    addCopies(other);
+}
+
+PYXCORE_STD_BODY IndexSet& IndexSet::operator=(const IndexSet& other) {
+    return *this = IndexSet(other);
+}
+
+PYXCORE_STD_BODY void IndexSet::addCopies(const IndexSet& other) {
+    // The other set may be this one, and nothing may be added when a copy fails.
+    std::vector<std::unique_ptr<IndexItem>> copies;
+    for (const std::unique_ptr<IndexItem>& item : other.items_) {
+        copies.push_back(item->clone());
+    }
+    items_.insert(items_.end(), std::make_move_iterator(copies.begin()), std::make_move_iterator(copies.end()));
+}
+
+PYXCORE_STD_BODY std::vector<std::uint64_t> IndexSet::sortedIndices(std::uint64_t length) const {
+    std::vector<std::uint64_t> positions;
+    for (const std::unique_ptr<IndexItem>& item : items_) {
+        std::vector<std::uint64_t> more = item->indicesForDimension(length);
+        if (positions.empty()) {
+            positions = std::move(more);
+        } else {
+            positions.insert(positions.end(), more.begin(), more.end());
+        }
+    }
+    if (!std::is_sorted(positions.begin(), positions.end())) {
+        std::sort(positions.begin(), positions.end());
+    }
+    positions.erase(std::unique(positions.begin(), positions.end()), positions.end());
+    return positions;
+}
+
+PYXCORE_STD_BODY std::set<std::uint64_t> IndexSet::uniqueIndices(std::uint64_t length) const {
+    const std::vector<std::uint64_t> positions = sortedIndices(length);
+    return {positions.begin(), positions.end()};
+}
+
+PYXCORE_STD_BODY std::vector<IndexSet> ArraySliceFromIndices(const std::vector<std::uint64_t>& indices) {
+    return {indices.begin(), indices.end()};
+}
+
+}  // namespace Quorvane::Pyx

@@ -1,0 +1,50 @@
+// The words in which slices are written: `grid.slice({last - 1, all})`.
+#pragma once
+
+#include <pyx/indexing/IndexItem.h>
+#include <pyx/indexing/IndexSet.h>
+
+#include <type_traits>
+
+namespace Quorvane::Pyx {
+
+namespace Internal {
+
+// The position `distance` before the last one.
+template <class Integer, std::enable_if_t<isIndexInteger<Integer>, int> = 0>
+IndexValue operator-(LastIndex, Integer distance) {
+    return IndexValue::fromEnd(distance);
+}
+
+}  // namespace Internal
+
+// May be imported alone. All of these raise std::invalid_argument for a negative number.
+inline namespace IndexWords {
+
+// The last position of an axis; `last - k` is the one k before it.
+inline constexpr Internal::LastIndex last;
+
+// All positions of an axis, which must have some.
+inline constexpr Internal::WholeAxis all;
+
+// Every `step`-th position from `first` to `stop`, both inclusive: seq(0, last, 2).
+template <class Integer = unsigned>
+IndexRange seq(const IndexValue& first, const IndexValue& stop, Integer step = 1) {
+    return IndexRange(first, stop, step);
+}
+
+// The first `count` positions; none for 0.
+template <class Integer>
+IndexSet firstN(Integer count) {
+    return count == 0 ? IndexSet() : IndexSet(IndexRange(0, count - 1));
+}
+
+// The last `count` positions; none for 0.
+template <class Integer>
+IndexSet lastN(Integer count) {
+    return count == 0 ? IndexSet() : IndexSet(IndexRange(last - (count - 1), last));
+}
+
+}  // namespace IndexWords
+
+}  // namespace Quorvane::Pyx

@@ -1,0 +1,209 @@
+// Slices of values, for every element type and both storage policies.
+#include "element_sequence.h"
+
+#include <gmock/gmock.h>
+#include <pyx/indexing/index_words.h>
+#include <pyx/properties/PropertyPath.h>
+#include <pyx/variant/ZVariant.h>
+
+#include <numeric>
+#include <stdexcept>
+#include <vector>
+
+namespace Quorvane::Pyx {
+namespace {
+
+using testing::ElementsAre;
+using testing::ElementsAreArray;
+using testing::ThrowsMessage;
+
+template <class T, class Value>
+std::vector<T> elementsOf(const Value& value) {
+    std::vector<T> elements;
+    for (std::uint64_t i = 0; i < value.elementCount(); ++i) {
+        elements.push_back(value.template elementAt<T>(i));
+    }
+    return elements;
+}
+
+ZVariant counted(ArrayDimensionsView shape, DataOrdering ordering = DataOrdering::RowMajor) {
+    std::vector<int> elements(shape.elementCount());
+    std::iota(elements.begin(), elements.end(), 0);
+    return ZVariant::fromVector(std::move(elements), shape, ordering);
+}
+
+template <class T>
+class SlicesOf : public testing::Test {
+public:
+    // A long row, so that elements are also copied in blocks.
+    static constexpr std::uint64_t rows = 4;
+    static constexpr std::uint64_t columns = 40;
+
+    template <class Value>
+    static void readAndWrite() {
+        const auto elements = sequence<T>(rows * columns);
+        const auto at = [&](std::uint64_t row, std::uint64_t column) { return elements[row * columns + column]; };
+        Value grid = Value::fromData(elements.get(), rows * columns, {rows, columns});
+        const Value kept = grid;
+
+        const Value block = grid.slice({{0, 2}, seq(1, last)});
+        EXPECT_EQ(block.dimensions(), ArrayDimensionsView({2, columns - 1}));
+        EXPECT_EQ(block.template elementAt<T>(columns - 1), at(2, 1));
+        EXPECT_EQ(block.template elementAt<T>(columns - 2), at(0, columns - 1));
+        const Value strided = grid.template slice<T>({last, seq(0, 30, 10)}, UseDataOrdering::WalkColumnMajor);
+        EXPECT_EQ(strided.dimensions(), ArrayDimensionsView({1, 4}));
+        EXPECT_EQ(strided.dataOrdering(), DataOrdering::ColumnMajor);
+        EXPECT_THAT(elementsOf<T>(strided), ElementsAre(at(3, 0), at(3, 10), at(3, 20), at(3, 30)));
+        EXPECT_THAT(elementsOf<T>(grid.flatSlice({1, rows + 1}, UseDataOrdering::WalkColumnMajor)),
+                    ElementsAre(at(1, 0), at(1, 1)));
+        EXPECT_EQ(grid.template element<T>({1, 2}), at(1, 2));
+        EXPECT_EQ(grid.element({1, 2}).template elementAt<T>(0), at(1, 2));
+
+        grid.assignSlice({seq(0, 1), all}, grid.slice({seq(2, 3), all}));
+        grid.assignSlice({3, all}, grid.element({0, 0}));
+        grid.assignElement({2, 0}, grid.element({2, 1}));
+        grid.template assignElement<T>({2, 2}, at(2, 1));
+        grid.assignFlatSlice(seq(0, 2, 2), grid.flatSlice({0, 1}));
+        EXPECT_EQ(grid.template element<T>({0, 0}), at(2, 0));
+        EXPECT_EQ(grid.template element<T>({0, 2}), at(2, 1));
+        EXPECT_EQ(grid.template element<T>({1, columns - 1}), at(3, columns - 1));
+        EXPECT_EQ(grid.template element<T>({2, 0}), at(2, 1));
+        EXPECT_EQ(grid.template element<T>({2, 2}), at(2, 1));
+        EXPECT_EQ(grid.template element<T>({3, 7}), at(2, 0));
+        EXPECT_THAT(elementsOf<T>(kept), ElementsAreArray(elements.get(), rows * columns));
+    }
+};
+TYPED_TEST_SUITE(SlicesOf, AllElementTypes, );
+
+TYPED_TEST(SlicesOf, AreReadAndWritten) {
+    this->template readAndWrite<ZVariant>();
+    this->template readAndWrite<ZVariantAbi>();
+}
+
+TEST(Slices, HoldClassesOfAClient) {
+    const PropertyPath a{"a"}, b{"b", 2}, c{};
+    ZVariant paths = ZVariant::fromData({a, b, c}, {3, 1});
+    EXPECT_THAT(elementsOf<PropertyPath>(paths.slice({{0, 2}, 0})), ElementsAre(a, c));
+    EXPECT_EQ(paths.element<PropertyPath>({1, 0}), b);
+    EXPECT_TRUE(paths.element({1, 0}).isScalarStorage());
+    paths.assignSlice({seq(0, 1), all}, paths.element({1, 0}));
+    paths.assignSlice<PropertyPath>({2, all}, ZVariant::fromData({a}, {1, 1}));
+    EXPECT_THAT(elementsOf<PropertyPath>(paths), ElementsAre(b, b, a));
+    EXPECT_THROW(paths.assignSlice({0, 0}, 1), std::runtime_error);
+    EXPECT_THROW((void)paths.slice<int>({0, 0}), std::invalid_argument);
+    struct Other {
+        bool operator==(const Other&) const { return true; }
+    };
+    EXPECT_THAT(
+        [&] {
+            paths.assignSlice({0, 0}, ZVariant::fromCustom(Other()));
+        },
+        ThrowsMessage<std::invalid_argument>("Wrong data type."));
+}
+
+TEST(Slices, WrittenElementsKeepTheirIndices) {
+    for (const DataOrdering ordering : {DataOrdering::RowMajor, DataOrdering::ColumnMajor}) {
+        for (const DataOrdering ofValues : {DataOrdering::RowMajor, DataOrdering::ColumnMajor}) {
+            ZVariant grid = counted({3, 4}, ordering);
+            const ZVariant values = ZVariant(counted({2, 3}, ofValues)).convertTo(WellKnownType::double_);
+            grid.assignSlice({{0, 2}, seq(1, last)}, values);
+            for (std::uint64_t row = 0; row < 2; ++row) {
+                for (std::uint64_t column = 0; column < 3; ++column) {
+                    EXPECT_EQ(grid.element<int>({2 * row, column + 1}), values.element<double>({row, column}));
+                }
+            }
+        }
+    }
+}
+
+TEST(Slices, AValueCanBeWrittenIntoItself) {
+    ZVariant row = counted({6});
+    row.assignFlatSlice(seq(1, last), row.flatSlice(seq(0, last - 1)));
+    EXPECT_THAT(elementsOf<int>(row), ElementsAre(0, 0, 1, 2, 3, 4));
+    ZVariant square = counted({2, 2});
+    square.assignSlice({all, all}, square.reordered(DataOrdering::ColumnMajor));
+    square.assignSlice({{1, 0}, {0, 1}}, square);
+    EXPECT_THAT(elementsOf<int>(square), ElementsAre(0, 1, 2, 3));
+}
+
+TEST(Slices, NothingHappensUnlessEveryCheckPasses) {
+    ZVariant grid = counted({2, 3});
+    const ZVariant kept = grid;
+    const int* const data = kept.data<int>();
+    const auto assign = [&](const std::vector<IndexSet>& sets, const ZVariant& values) {
+        return [&grid, sets, values] { grid.assignSlice(sets, values); };
+    };
+    EXPECT_THAT(assign({0}, ZVariant("x")),
+                ThrowsMessage<std::invalid_argument>("slice dimensions don't match ZVariant dimensions"));
+    EXPECT_THAT(assign({2, 0}, ZVariant("x")),
+                ThrowsMessage<std::invalid_argument>("slice dimensions are out of bounds"));
+    EXPECT_THAT(
+        assign({0, 0}, ZVariant("x")),
+        ThrowsMessage<std::runtime_error>("Cannot convert Quorvane::Pyx::ZVariant of type 'std::string' (size: 1) "
+                                          "to 'int'"));
+    EXPECT_THAT(assign({all, seq(0, 1)}, counted({2, 3})),
+                ThrowsMessage<std::invalid_argument>("Cannot write data of shape [2, 3] to a slice of shape [2, 2]."));
+    EXPECT_THAT(assign({0, 0}, ZVariant()),
+                ThrowsMessage<std::invalid_argument>("Cannot write data of shape [] to a slice of shape [1, 1]."));
+    EXPECT_THAT(
+        [&] {
+            grid.assignSlice<double>({0, 0}, 1.);
+        },
+        ThrowsMessage<std::invalid_argument>("Wrong data type."));
+    EXPECT_THAT([&] { grid.assignFlatSlice(6, 1); }, ThrowsMessage<std::out_of_range>("Index value out-of-range"));
+    EXPECT_THAT(
+        [&] {
+            grid.assignElement({0, 3}, 1);
+        },
+        ThrowsMessage<std::invalid_argument>("slice dimensions are out of bounds"));
+    EXPECT_THAT([&] { (void)grid.element<int>({0}); },
+                ThrowsMessage<std::invalid_argument>("slice dimensions don't match ZVariant dimensions"));
+    grid.assignSlice({all, {}}, 7);
+    EXPECT_EQ(std::as_const(grid).data<int>(), data);
+    grid.assignSlice({all, 0}, 7.9);
+    EXPECT_THAT(elementsOf<int>(grid), ElementsAre(7, 1, 2, 7, 4, 5));
+    EXPECT_THAT(elementsOf<int>(kept), ElementsAre(0, 1, 2, 3, 4, 5));
+}
+
+TEST(Slices, ScalarsAndNullsAndShapesWithoutElements) {
+    ZVariant scalar = 5;
+    EXPECT_THAT(elementsOf<int>(scalar.slice({all})), ElementsAre(5));
+    EXPECT_THROW((void)scalar.flatSlice(1), std::out_of_range);
+    scalar.assignSlice({0}, 6);
+    EXPECT_EQ(scalar.element<int>({0}), 6);
+
+    ZVariant null;
+    EXPECT_TRUE(null.slice({}).isNull());
+    EXPECT_TRUE(null.slice<int>({}).isNull());
+    EXPECT_THROW((void)null.slice({0}), std::invalid_argument);
+    EXPECT_THROW((void)null.flatSlice(all), std::out_of_range);
+    EXPECT_THROW((void)null.element({}), std::invalid_argument);
+    null.assignSlice({}, ZVariant());
+    EXPECT_TRUE(null.isNull());
+
+    const ZVariant empty = ZVariant::allocate<int>({2, 0});
+    EXPECT_THROW((void)empty.flatSlice(all, UseDataOrdering::WalkColumnMajor), std::out_of_range);
+    EXPECT_EQ(empty.slice({all, {}}).dimensions(), ArrayDimensionsView({2, 0}));
+    EXPECT_EQ(empty.flatSlice({}).dimensions(), ArrayDimensionsView({0}));
+}
+
+// Neither elements that a shape promises and the storage does not have, nor those that it hides, are reached.
+TEST(Slices, StayWithinStorageAndShape) {
+    std::vector<int> elements = {1, 2, 3};
+    elements.reserve(8);
+    ZVariant grown = ZVariant::fromVector(std::move(elements));
+    grown.reshapeNoRealloc({2, 4});
+    EXPECT_THROW((void)grown.slice({all, all}), std::out_of_range);
+    EXPECT_THROW((void)grown.element({1, 0}), std::out_of_range);
+    EXPECT_THROW(grown.assignSlice({1, 0}, 1), std::out_of_range);
+    EXPECT_THROW(counted({2, 4}).assignSlice({all, all}, grown), std::out_of_range);
+    EXPECT_THAT(elementsOf<int>(grown.slice({0, seq(0, 2)})), ElementsAre(1, 2, 3));
+
+    ZVariant shrunk = ZVariant::fromData({1, 2, 3, 4});
+    shrunk.reshapeNoRealloc({2});
+    EXPECT_THROW((void)shrunk.flatSlice(2), std::out_of_range);
+    EXPECT_THAT(elementsOf<int>(shrunk.flatSlice(all)), ElementsAre(1, 2));
+}
+
+}  // namespace
+}  // namespace Quorvane::Pyx
