@@ -4,7 +4,9 @@
 #include <gtest/gtest.h>
 #include <pyx/pyx.h>
 
+#include <cfenv>
 #include <cmath>
+#include <cstdlib>
 #include <cstring>
 #include <optional>
 #include <random>
@@ -115,6 +117,39 @@ TEST_F(TextConversion, ReadsTheNumberAtTheBeginningAndCastsIt) {
     EXPECT_EQ(readAs<long long>("9007199254740993"), 9007199254740992);
     EXPECT_EQ(readAs<unsigned long long>("18446744073709549568"), 18446744073709549568U);
     EXPECT_EQ(readAs<long long>("1e999"), std::numeric_limits<long long>::min());
+}
+
+TEST_F(TextConversion, ReadsDecimalNumbersAsStrtodDoesInEveryRoundingMode) {
+    for (const int mode : {FE_TONEAREST, FE_UPWARD}) {
+        std::fesetround(mode);
+        for (const char* const text : {"0.1",
+                                       "-0.1",
+                                       "1.",
+                                       "1.e2",
+                                       "00012.5",
+                                       "1e",
+                                       "1e+",
+                                       "1E-5",
+                                       "0x",
+                                       "0x1p3",
+                                       "-0X.8",
+                                       "0e0",
+                                       "1.2.3",
+                                       "--1",
+                                       "9007199254740993",
+                                       "123456789012345678901234567890",
+                                       "1.7976931348623159e308",
+                                       "4.9e-324",
+                                       "2.4703282292062327e-324",
+                                       "-2.4703282292062328e-324",
+                                       "1e-400"}) {
+            const double expected = std::strtod(text, nullptr);
+            const std::optional<double> number = readAs<double>(text);
+            EXPECT_EQ(number.value_or(0), expected) << text;
+            EXPECT_EQ(std::signbit(number.value_or(0)), std::signbit(expected)) << text;
+        }
+    }
+    std::fesetround(FE_TONEAREST);
 }
 
 TEST_F(TextConversion, RefusesAllTextsForOneWithoutNumberButNotToBool) {

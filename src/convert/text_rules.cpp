@@ -2,11 +2,16 @@
 
 #include "convert/number_rules.h"
 
+#include <cfenv>
 #include <charconv>
+#include <clocale>
 #include <cstdlib>
 #include <limits>
 #include <locale>
+#include <optional>
 #include <sstream>
+#include <string_view>
+#include <system_error>
 #include <type_traits>
 
 namespace Quorvane::Pyx::Internal {
@@ -53,6 +58,33 @@ std::string numberToText(const T& value, bool classic) {
     }
 }
 
+// Whether strtod reads decimal numbers as std::from_chars does, which knows neither locales nor rounding modes.
+bool strtodIsPlain() {
+    return std::string_view(std::localeconv()->decimal_point) == "." && std::fegetround() == FE_TONEAREST;
+}
+
+// Whether the text begins with a decimal number, of which std::from_chars reads as much as strtod. All other forms are
+// left to strtod: white space, '+', hexadecimal numbers, infinity and NaN.
+bool beginsWithPlainDecimal(const char* text) {
+    const char* const digits = text[0] == '-' ? text + 1 : text;
+    const bool isHexadecimal = digits[0] == '0' && (digits[1] == 'x' || digits[1] == 'X');
+    return digits[0] >= '0' && digits[0] <= '9' && !isHexadecimal;
+}
+
+// The number that strtod reads at the start of the text, if there is one.
+std::optional<double> readNumber(const std::string& text, bool plain) {
+    const char* const begin = text.c_str();
+    if (plain && beginsWithPlainDecimal(begin)) {
+        double number = 0;
+        if (std::from_chars(begin, begin + text.size(), number).ec == std::errc()) {
+            return number;
+        }
+    }
+    char* end = nullptr;
+    const double number = std::strtod(begin, &end);
+    return end == begin ? std::nullopt : std::optional(number);
+}
+
 }  // namespace
 
 template <class T>
@@ -71,18 +103,17 @@ void convertNumbersToTexts(const T* source, std::string* target, std::uint64_t c
 
 template <class T>
 bool convertTextsToNumbers(const std::string* source, T* target, std::uint64_t count) {
+    const bool plain = strtodIsPlain();
     for (std::uint64_t i = 0; i < count; ++i) {
-        const char* const text = source[i].c_str();
-        char* end = nullptr;
-        const double number = std::strtod(text, &end);
+        const std::optional<double> number = readNumber(source[i], plain);
         if constexpr (std::is_same_v<T, bool>) {
-            // A text without a number gives 0 here, so false: deliberately not a refusal.
-            target[i] = source[i] == "true" || number != 0;
+            // A text without a number is false: deliberately not a refusal.
+            target[i] = source[i] == "true" || number.value_or(0) != 0;
         } else {
-            if (end == text) {
+            if (!number) {
                 return false;
             }
-            target[i] = castNumber<T>(number);
+            target[i] = castNumber<T>(*number);
         }
     }
     return true;
