@@ -6,11 +6,13 @@
 #include <pyx/indexing/index_words.h>
 
 #include <algorithm>
+#include <initializer_list>
 #include <limits>
 #include <memory>
 #include <new>
 #include <set>
 #include <stdexcept>
+#include <type_traits>
 #include <vector>
 
 namespace Quorvane::Pyx {
@@ -33,6 +35,12 @@ struct PastTheEnd : IndexItem {
     std::unique_ptr<IndexItem> clone() const override { return std::make_unique<PastTheEnd>(); }
 };
 
+// Otherwise `{true, 1}` and `{axis, 1}` would be lists of as many sets, all of them {1}.
+enum Axis { axisOfTime = 2 };
+static_assert(std::is_convertible_v<Axis, IndexSet> && std::is_convertible_v<int, IndexSet>);
+static_assert(!std::is_convertible_v<bool, IndexSet> && !std::is_convertible_v<double, IndexSet>);
+static_assert(!std::is_constructible_v<std::vector<IndexSet>, std::initializer_list<bool>>);
+
 TEST(IndexSet, SelectsAscendingPositionsOnce) {
     const struct {
         IndexSet set;
@@ -49,7 +57,7 @@ TEST(IndexSet, SelectsAscendingPositionsOnce) {
         {seq(2, 2), 3, {2}},
         {{3, seq(0, 5)}, 10, {0, 1, 2, 3, 4, 5}},
         {{seq(0, 5), 3}, 10, {0, 1, 2, 3, 4, 5}},
-        {{last, 0u, last, IndexSet{2, 1}}, 4, {0, 1, 2, 3}},
+        {{last, 0u, last, IndexSet{axisOfTime, 1}}, 4, {0, 1, 2, 3}},
         {firstN(2), 4, {0, 1}},
         {{lastN(3), firstN(0), lastN(0u)}, 4, {1, 2, 3}},
         {{}, 4, {}},
@@ -85,7 +93,8 @@ TEST(IndexSet, RefusesWhatItCannotSelect) {
     EXPECT_THROW(IndexSet(-1), std::invalid_argument);
     EXPECT_THROW(last - -1, std::invalid_argument);
     EXPECT_THROW(seq(0, 1, -1), std::invalid_argument);
-    EXPECT_THROW(firstN(-1), std::invalid_argument);
+    EXPECT_THROW(firstN(std::numeric_limits<int>::min()), std::invalid_argument);
+    EXPECT_THROW(lastN(-1), std::invalid_argument);
 }
 
 TEST(IndexSet, OneElementIsASetForEachIndex) {

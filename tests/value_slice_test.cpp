@@ -6,6 +6,7 @@
 #include <pyx/properties/PropertyPath.h>
 #include <pyx/variant/ZVariant.h>
 
+#include <new>
 #include <numeric>
 #include <stdexcept>
 #include <vector>
@@ -151,6 +152,13 @@ TEST(Slices, NothingHappensUnlessEveryCheckPasses) {
         },
         ThrowsMessage<std::invalid_argument>("Wrong data type."));
     EXPECT_THAT([&] { grid.assignFlatSlice(6, 1); }, ThrowsMessage<std::out_of_range>("Index value out-of-range"));
+    EXPECT_THAT([&] { (void)grid.flatSlice(seq(0, 1, 0)); },
+                ThrowsMessage<std::invalid_argument>("The step of an index range must not be 0."));
+    EXPECT_THAT(
+        [&] {
+            (void)grid.slice({0, 0}, static_cast<UseDataOrdering>(3));
+        },
+        ThrowsMessage<std::invalid_argument>("invalid UseDataOrdering"));
     EXPECT_THAT(
         [&] {
             grid.assignElement({0, 3}, 1);
@@ -163,6 +171,41 @@ TEST(Slices, NothingHappensUnlessEveryCheckPasses) {
     grid.assignSlice({all, 0}, 7.9);
     EXPECT_THAT(elementsOf<int>(grid), ElementsAre(7, 1, 2, 7, 4, 5));
     EXPECT_THAT(elementsOf<int>(kept), ElementsAre(0, 1, 2, 3, 4, 5));
+}
+
+// A class whose copies fail when they are told to.
+struct Fragile {
+    static inline int copiesLeft = -1;
+
+    Fragile() = default;
+    explicit Fragile(int number) : value(number) {}
+    Fragile(Fragile&&) = default;
+    Fragile& operator=(Fragile&&) = default;
+    Fragile(const Fragile& other) { *this = other; }
+    Fragile& operator=(const Fragile& other) {
+        if (copiesLeft-- == 0) {
+            throw std::bad_alloc();
+        }
+        value = other.value;
+        return *this;
+    }
+    bool operator==(const Fragile& other) const { return value == other.value; }
+
+    int value = 0;
+};
+
+TEST(Slices, AWriteThatFailsHalfWayChangesNothing) {
+    ZVariant target = ZVariant::fromData({Fragile(1), Fragile(2), Fragile(3)});
+    const ZVariant values = ZVariant::fromData({Fragile(7), Fragile(8), Fragile(9)});
+    for (const ZVariant& source : {values, ZVariant::fromCustom(Fragile(7))}) {
+        Fragile::copiesLeft = 2;
+        EXPECT_THROW(target.assignSlice({all}, source), std::bad_alloc);
+        Fragile::copiesLeft = -1;
+        EXPECT_EQ(target.element<Fragile>({0}), Fragile(1));
+        EXPECT_EQ(target.element<Fragile>({1}), Fragile(2));
+    }
+    target.assignSlice({all}, values);
+    EXPECT_EQ(target.element<Fragile>({2}), Fragile(9));
 }
 
 TEST(Slices, ScalarsAndNullsAndShapesWithoutElements) {
@@ -178,7 +221,8 @@ TEST(Slices, ScalarsAndNullsAndShapesWithoutElements) {
     EXPECT_THROW((void)null.slice({0}), std::invalid_argument);
     EXPECT_THROW((void)null.flatSlice(all), std::out_of_range);
     EXPECT_THROW((void)null.element({}), std::invalid_argument);
-    null.assignSlice({}, ZVariant());
+    EXPECT_THROW(null.assignElement({}, 5), std::invalid_argument);
+    null.assignFlatSlice({}, null.flatSlice({}));
     EXPECT_TRUE(null.isNull());
 
     const ZVariant empty = ZVariant::allocate<int>({2, 0});
@@ -197,6 +241,13 @@ TEST(Slices, StayWithinStorageAndShape) {
     EXPECT_THROW((void)grown.element({1, 0}), std::out_of_range);
     EXPECT_THROW(grown.assignSlice({1, 0}, 1), std::out_of_range);
     EXPECT_THROW(counted({2, 4}).assignSlice({all, all}, grown), std::out_of_range);
+    EXPECT_THROW(counted({2, 4}).assignSlice({all, all}, grown.convertTo(WellKnownType::double_).reshaped({2, 3})),
+                 std::invalid_argument);
+    // Offsets 0, 2^63 + 1 and 2.
+    const std::vector<unsigned char> few(4);
+    ZVariant wrapped = ZVariant::fromData(few.data(), 4, {4, (std::uint64_t{1} << 63) + 1});
+    EXPECT_THROW((void)wrapped.slice({seq(0, 2), 0}), std::out_of_range);
+    EXPECT_THROW(wrapped.assignSlice({seq(0, 2), 0}, 1), std::out_of_range);
     EXPECT_THAT(elementsOf<int>(grown.slice({0, seq(0, 2)})), ElementsAre(1, 2, 3));
 
     ZVariant shrunk = ZVariant::fromData({1, 2, 3, 4});

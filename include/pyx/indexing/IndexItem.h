@@ -13,21 +13,24 @@ namespace Quorvane::Pyx {
 
 namespace Internal {
 
-// The value of an index or step. Refuses a negative number, which nowhere means `from the end`.
+// An integer or an enumerator that counts as one.
+template <class T>
+inline constexpr bool isIndexInteger = (std::is_integral_v<T> ||
+                                        (std::is_enum_v<T> && std::is_convertible_v<T, std::uint64_t>)) &&
+                                       !std::is_same_v<T, bool>;
+
+// The value of an index, a step or a count. Refuses a negative number, which nowhere means `from the end`.
 template <class Integer>
 constexpr std::uint64_t requireNotNegative(Integer number) {
-    if constexpr (std::is_signed_v<Integer>) {
+    if constexpr (std::is_signed_v<decltype(+number)>) {
         if (number < 0) {
             throw std::invalid_argument(
-                "An index or step must not be negative. Count from the end of an axis with `last - k` or "
+                "An index, step or count must not be negative. Count from the end of an axis with `last - k` or "
                 "IndexValue::fromEnd(k).");
         }
     }
     return static_cast<std::uint64_t>(number);
 }
-
-template <class T>
-inline constexpr bool isIndexInteger = std::is_integral_v<T> && !std::is_same_v<T, bool>;
 
 // The classes of the words `last` and `all`, which are no items, since constant items would need code at start-up in
 // every file.
@@ -117,8 +120,8 @@ public:
     constexpr const IndexValue& stop() const noexcept { return stop_; }
     constexpr std::uint64_t step() const noexcept { return step_; }
 
-    // Raises std::length_error "vector too long" for most ranges that start behind their stop: where
-    // (stop - start) / step + 1, which wraps, exceeds 2^61 - 1. Raises std::invalid_argument for a step of 0.
+    // Raises std::length_error "vector too long" where (stop - start) / step + 1, which wraps, exceeds 2^61 - 1: for
+    // most ranges that start behind their stop. Raises std::invalid_argument for a step of 0, and std::bad_alloc.
     std::vector<std::uint64_t> indicesForDimension(std::uint64_t length) const override;
     bool isValidForDimension(std::uint64_t length) const override;
     std::unique_ptr<IndexItem> clone() const override;

@@ -40,13 +40,19 @@ public:
         (add(others), ...);
     }
 
-    // Adds a copy of the item, or of each item of a set.
+    // What only converts to a number, as a bool does, is no item: it would make a list of two items in braces a number
+    // of sets.
+    template <class T, std::enable_if_t<!isItem<T> && std::is_convertible_v<T, std::uint64_t>, int> = 0>
+    IndexSet(const T&) = delete;
+
+    // Adds a copy of the item, or of each item of a set. Raises std::invalid_argument for a negative number, and for an
+    // item of a client that clones to nothing.
     template <class Item, std::enable_if_t<isItem<Item>, int> = 0>
     IndexSet& add(const Item& item) {
         if constexpr (std::is_same_v<Item, IndexSet>) {
             addCopies(item);
         } else if constexpr (std::is_base_of_v<IndexItem, Item>) {
-            items_.push_back(item.clone());
+            addCopy(item);
         } else if constexpr (std::is_same_v<Item, Internal::WholeAxis>) {
             items_.push_back(std::make_unique<IndexRange>(item));
         } else {
@@ -66,6 +72,7 @@ public:
     std::vector<std::uint64_t> sortedIndices(std::uint64_t length) const;
 
 private:
+    void addCopy(const IndexItem& item);
     void addCopies(const IndexSet& other);
 
     std::vector<std::unique_ptr<IndexItem>> items_;

@@ -16,13 +16,22 @@ PYXCORE_STD_BODY IndexSet& IndexSet::operator=(const IndexSet& other) {
     return *this = IndexSet(other);
 }
 
+PYXCORE_STD_BODY void IndexSet::addCopy(const IndexItem& item) {
+    std::unique_ptr<IndexItem> copy = item.clone();
+    if (copy == nullptr) {
+        throw std::invalid_argument("An index item gave no copy of itself.");
+    }
+    items_.push_back(std::move(copy));
+}
+
 PYXCORE_STD_BODY void IndexSet::addCopies(const IndexSet& other) {
     // The other set may be this one, and nothing may be added when a copy fails.
-    std::vector<std::unique_ptr<IndexItem>> copies;
+    IndexSet copies;
     for (const std::unique_ptr<IndexItem>& item : other.items_) {
-        copies.push_back(item->clone());
+        copies.addCopy(*item);
     }
-    items_.insert(items_.end(), std::make_move_iterator(copies.begin()), std::make_move_iterator(copies.end()));
+    items_.insert(items_.end(), std::make_move_iterator(copies.items_.begin()),
+                  std::make_move_iterator(copies.items_.end()));
 }
 
 PYXCORE_STD_BODY std::vector<std::uint64_t> IndexSet::sortedIndices(std::uint64_t length) const {

@@ -48,7 +48,7 @@ public:
     // One set for each dimension: selects every combination of their positions. Raises std::invalid_argument:
     // "slice dimensions don't match ZVariant dimensions" for another number of sets, "slice dimensions are out of
     // bounds" for an item that is not valid for its dimension, "invalid UseDataOrdering" for an unknown walk, but
-    // deliberately not in one dimension, where the walk is not looked at. An item's own failures pass, and positions
+    // deliberately not in one dimension, where the walk is not looked at. Whatever an item raises passes, and positions
     // behind the end that an item of a client gives are std::out_of_range "Index value out-of-range".
     SliceWalk(const std::vector<IndexSet>& sets, ArrayDimensionsView dimensions, DataOrdering ordering,
               UseDataOrdering walk);

@@ -4,6 +4,7 @@
 #include <pyx/indexing/IndexItem.h>
 #include <pyx/indexing/IndexSet.h>
 
+#include <cstdint>
 #include <type_traits>
 
 namespace Quorvane::Pyx {
@@ -28,21 +29,23 @@ inline constexpr Internal::LastIndex last;
 inline constexpr Internal::WholeAxis all;
 
 // Every `step`-th position from `first` to `stop`, both inclusive: seq(0, last, 2).
-template <class Integer = unsigned>
+template <class Integer = unsigned, std::enable_if_t<Internal::isIndexInteger<Integer>, int> = 0>
 IndexRange seq(const IndexValue& first, const IndexValue& stop, Integer step = 1) {
     return IndexRange(first, stop, step);
 }
 
 // The first `count` positions; none for 0.
-template <class Integer>
+template <class Integer, std::enable_if_t<Internal::isIndexInteger<Integer>, int> = 0>
 IndexSet firstN(Integer count) {
-    return count == 0 ? IndexSet() : IndexSet(IndexRange(0, count - 1));
+    const std::uint64_t number = Internal::requireNotNegative(count);
+    return number == 0 ? IndexSet() : IndexSet(IndexRange(0, number - 1));
 }
 
 // The last `count` positions; none for 0.
-template <class Integer>
+template <class Integer, std::enable_if_t<Internal::isIndexInteger<Integer>, int> = 0>
 IndexSet lastN(Integer count) {
-    return count == 0 ? IndexSet() : IndexSet(IndexRange(last - (count - 1), last));
+    const std::uint64_t number = Internal::requireNotNegative(count);
+    return number == 0 ? IndexSet() : IndexSet(IndexRange(last - (number - 1), last));
 }
 
 }  // namespace IndexWords

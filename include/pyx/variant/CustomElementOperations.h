@@ -36,8 +36,9 @@ template <class T>
 struct CustomElementOperations {
     static_assert(
         std::is_class_v<T> && std::is_copy_constructible_v<T> && std::is_copy_assignable_v<T> &&
-            std::is_default_constructible_v<T>,
-        "An element is one of PyxCore's element types, or a class that can be copied and default-constructed.");
+            std::is_default_constructible_v<T> && isComparable<T>,
+        "An element is one of PyxCore's element types, or a class that can be copied, default-constructed and compared "
+        "with ==.");
 
     static constexpr WellKnownType type = WellKnownType::customType;
 

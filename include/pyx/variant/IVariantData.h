@@ -54,7 +54,7 @@ public:
     // Tells apart the classes behind the code customType. May be null, as it is for a null value.
     virtual const std::type_info* storedTypeInfo() const = 0;
 
-    // Null but for custom elements. Borrowed, static.
+    // Null but for custom elements, where it is the base of a CustomElements. Borrowed, static.
     virtual CustomTypeOperations* customTypeOperations() const = 0;
 
     // The same values stored in the given ordering: `this` with one more reference where nothing is to be done.

@@ -46,40 +46,48 @@ public:
         return result;
     }
 
-    // Values that share the data of `value` keep theirs as they are, because it is made unique.
+    // Values that share the data of `value` keep theirs as they are.
     template <class T, class Selection>
     static void write(Variant& value, const Selection& selection, Variant values, UseDataOrdering walk) {
         const SliceWalk slice = select(value, selection, walk);
         if (value.isNull()) {
-            requireSliceShape(values, slice.sliceDimensions());
+            if (!values.isNull()) {
+                requireSliceShape(values, slice.sliceDimensions());
+            }
             return;
         }
         const SliceOperations operations = operationsOf<T>(value);
         requireStored(value, slice);
-        values = values.convertOrThrow(value.wellKnownDataType());
-        if (!storeSameClass(value, values)) {
-            throw std::invalid_argument("Wrong data type.");
-        }
+        requireAllStored(values);
+        values = convert<T>(std::move(values), value);
         requireSliceShape(values, slice.sliceDimensions());
         if (slice.elementCount() == 0) {
             return;
         }
-        void* const target = value.storage_.mutableStoredData();
-        if (overlap(target, value.numberAllocatedElements(), values.storage_.constStoredData(),
-                    values.numberAllocatedElements(), operations.elementSize)) {
-            // Both look at the same memory of a client.
-            values = values.reshaped(values.dimensions(), values.dataOrdering());
+        if (operations.arePlain && values.isScalarStorage()) {
+            void* const target = value.storage_.mutableStoredData();
+            operations.spread(values.storage_.constStoredData(), slice, target);
+            return;
         }
-        const auto copyElements = values.isScalarStorage() ? operations.spread : operations.scatter;
-        copyElements(values.storage_.constStoredData(), slice, target);
+        // A copy of elements that can fail is made before the first of them is replaced. And where both look at the
+        // same memory, a copy of the values leaves it to this value, which may be the only holder of a client's memory
+        // then.
+        if (!operations.arePlain || overlap(value, values, operations.elementSize)) {
+            values = copyElements<T>(values, slice.sliceDimensions(), operations);
+        }
+        void* const target = value.storage_.mutableStoredData();
+        // Only the elements of the copy are moved, all others are read.
+        operations.scatter(const_cast<void*>(values.storage_.constStoredData()), slice, target);
     }
 
     // The place in storage of the element at the indices; 0 where a value without dimensions has none.
     static std::uint64_t positionOf(const Variant& value, const std::vector<std::uint64_t>& indices) {
         const ArrayDimensionsView shape = value.dimensions();
-        if (!std::equal(indices.begin(), indices.end(), shape.begin(), shape.end(), std::less<>())) {
-            // Which fails, and tells what is wrong.
-            (void)select(value, ArraySliceFromIndices(indices), UseDataOrdering::WalkDataOrdering);
+        const bool areInside = std::equal(indices.begin(), indices.end(), shape.begin(), shape.end(), std::less<>());
+        if (!areInside) {
+            // Raises what is wrong with them.
+            [[maybe_unused]] const SliceWalk failing =
+                select(value, ArraySliceFromIndices(indices), UseDataOrdering::WalkDataOrdering);
         }
         return value.dataOrdering() == DataOrdering::RowMajor
                    ? ArrayIndexing::calculateOffsetRowMajor(indices, shape, false)
@@ -178,34 +186,58 @@ private:
         if (holdsShape(allocated, value.dimensions())) {
             return;
         }
+        // One by one, since offsets of a shape whose product wraps go up and down.
         slice.forEachRun([=](const PositionRun& run) {
-            if (std::max(run.first, run.last()) >= allocated) {
-                throw std::out_of_range("Indices out of bounds.");
+            for (std::uint64_t i = 0; i < run.count; ++i) {
+                if (run.first + i * run.step >= allocated) {
+                    throw std::out_of_range("Indices out of bounds.");
+                }
             }
         });
     }
 
-    // Both have the same code.
-    static bool storeSameClass(const Variant& left, const Variant& right) {
-        if constexpr (Storage::holdsCustomClasses) {
-            return left.wellKnownDataType() != WellKnownType::customType ||
-                   left.storedTypeInfo() == right.storedTypeInfo();
-        } else {
-            return true;
+    // The same for all elements of the shape.
+    static void requireAllStored(const Variant& values) {
+        if (values.elementCount() != 0 && !holdsShape(values.numberAllocatedElements(), values.dimensions())) {
+            throw std::out_of_range("Indices out of bounds.");
         }
+    }
+
+    // The values in the element type of `value`.
+    template <class T>
+    static Variant convert(Variant values, const Variant& value) {
+        const WellKnownType type = value.wellKnownDataType();
+        Variant converted = values.convertOrThrow(type);
+        if (converted.wellKnownDataType() != type) {
+            // A view converts to a view, which reports another type.
+            converted =
+                copyElements<void>(values, values.dimensions(), operationsOf<void>(values)).convertOrThrow(type);
+        }
+        if constexpr (Storage::holdsCustomClasses) {
+            if (type == WellKnownType::customType && converted.storedTypeInfo() != value.storedTypeInfo()) {
+                throw std::invalid_argument("Wrong data type.");
+            }
+        }
+        return converted;
+    }
+
+    // A new array of the shape with the elements of the values, or with the one value everywhere.
+    template <class T>
+    static Variant copyElements(const Variant& values, ArrayDimensionsView shape, const SliceOperations& operations) {
+        const std::uint64_t count = shape.elementCount();
+        const SliceWalk whole(count == 0 ? IndexSet() : IndexSet(IndexRange::all), ArrayDimensionsView(&count, 1),
+                              DataOrdering::RowMajor, UseDataOrdering::WalkRowMajor);
+        Variant copy = allocate<T>(values, shape, values.dataOrdering());
+        const auto put = values.isScalarStorage() ? operations.spread : operations.gather;
+        put(values.storage_.constStoredData(), whole, copy.storage_.mutableStoredData());
+        return copy;
     }
 
     // Refuses values that cannot be written to a slice of the shape.
     static void requireSliceShape(const Variant& values, ArrayDimensionsView shape) {
-        if (values.isScalarStorage()) {
-            return;
-        }
-        if (values.dimensions() != shape) {
+        if (!values.isScalarStorage() && values.dimensions() != shape) {
             throw std::invalid_argument("Cannot write data of shape " + shapeText(values.dimensions()) +
                                         " to a slice of shape " + shapeText(shape) + ".");
-        }
-        if (shape.elementCount() != 0 && !holdsShape(values.numberAllocatedElements(), shape)) {
-            throw std::out_of_range("Indices out of bounds.");
         }
     }
 
@@ -217,12 +249,12 @@ private:
         return text + "]";
     }
 
-    // Counts are of elements.
-    static bool overlap(const void* left, std::uint64_t leftCount, const void* right, std::uint64_t rightCount,
-                        std::uint64_t elementSize) {
-        const auto leftStart = reinterpret_cast<std::uintptr_t>(left);
-        const auto rightStart = reinterpret_cast<std::uintptr_t>(right);
-        return leftStart < rightStart + rightCount * elementSize && rightStart < leftStart + leftCount * elementSize;
+    // Whether the elements of the two have memory in common. Sizes are in bytes.
+    static bool overlap(const Variant& left, const Variant& right, std::uint64_t elementSize) {
+        const auto leftStart = reinterpret_cast<std::uintptr_t>(left.storage_.constStoredData());
+        const auto rightStart = reinterpret_cast<std::uintptr_t>(right.storage_.constStoredData());
+        return leftStart <= rightStart ? (rightStart - leftStart) / elementSize < left.numberAllocatedElements()
+                                       : (leftStart - rightStart) / elementSize < right.numberAllocatedElements();
     }
 };
 

@@ -237,10 +237,13 @@ public:
     // Slices select elements by index sets, as `grid.slice({last, seq(0, last, 2)})`. In all of them T is the exact
     // type of the elements, or `void` for whatever it is; a class of the client's own may be given as T as well. A
     // scalar has one dimension and a null none, which makes every slice of a null a null. Everything is checked before
-    // anything is read or written. Errors of all: std::invalid_argument "slice dimensions don't match ZVariant
-    // dimensions" unless there is one set for each dimension, "slice dimensions are out of bounds" and "Wrong data
-    // type."; std::out_of_range "Index value out-of-range" from flat slices, and "Indices out of bounds." for a shape
-    // that outgrew an adopted vector; std::length_error "vector too long" for most ranges that run backwards.
+    // anything is read or written.
+    // Errors of all: std::invalid_argument "slice dimensions don't match ZVariant dimensions" unless there is one set
+    // for each dimension, "slice dimensions are out of bounds", "invalid UseDataOrdering", "Wrong data type." and, from
+    // a flat slice, "The step of an index range must not be 0."; std::out_of_range "Index value out-of-range" from a
+    // flat slice, and "Indices out of bounds." for a shape that promises more elements than there are;
+    // std::length_error "vector too long" for most ranges that run backwards; std::runtime_error "unknown type" for
+    // elements of an unknown class in a client's storage.
 
     // The elements at every combination of the positions that the sets select, one set for each dimension: a new array
     // of the slice's shape, in which a dimension of one position stays, stored in the order of the walk.
@@ -258,8 +261,8 @@ public:
     }
 
     // Writes a scalar to all elements of the slice, or an array of exactly its shape, each element to the one of the
-    // same indices whatever the orderings. Values of another element type are converted first. They may be this value
-    // itself. Makes this value the only holder of its data. Raises what convertOrThrow raises, and
+    // same indices whatever the orderings. Values of another element type are converted first. They may share data
+    // with this value. Makes this value the only holder of its data. Raises what convertOrThrow raises, and
     // std::invalid_argument "Cannot write data of shape ... to a slice of shape ..." for an array of another shape.
     template <class T = void>
     void assignSlice(const std::vector<IndexSet>& sets, ZVariantGeneric values) {
@@ -284,18 +287,22 @@ public:
         if constexpr (std::is_void_v<T>) {
             return Slices::scalarAt(*this, position);
         } else {
-            return Internal::readElement(elementAt<T>(position));
+            return static_cast<T>(Internal::readElement(elementAt<Internal::StoredElement<T>>(position)));
         }
     }
 
-    // Replaces the element at the indices by a scalar, converted to the own type, or by a T. Makes this value the only
-    // holder of its data.
+    // Replaces the element at the indices, by a value of one element that is converted to the own type, or by a T.
+    // Makes this value the only holder of its data. Raises std::invalid_argument "Cannot access element of null
+    // variant." for a null.
     void assignElement(const std::vector<std::uint64_t>& indices, ZVariantGeneric value) {
+        if (indices.empty()) {
+            requireNotNull();
+        }
         assignSlice(ArraySliceFromIndices(indices), std::move(value));
     }
     template <class T>
-    void assignElement(const std::vector<std::uint64_t>& indices, const typename Internal::ElementTag<T>::type& value) {
-        mutableElementAt<T>(Slices::positionOf(*this, indices)) = value;
+    void assignElement(const std::vector<std::uint64_t>& indices, typename Internal::ElementTag<T>::type value) {
+        mutableElementAt<Internal::StoredElement<T>>(Slices::positionOf(*this, indices)) = std::move(value);
     }
 
 private:

@@ -7,20 +7,23 @@
 #include <cstddef>
 #include <cstdint>
 #include <type_traits>
+#include <utility>
 
 namespace Quorvane::Pyx::Internal {
 
-// Copies `count` elements that stand toStep and fromStep apart. Here and below, target and source do not overlap.
-template <class T>
-void copySpacedElements(T* to, std::uint64_t toStep, const T* from, std::uint64_t fromStep, std::uint64_t count) {
-    if (toStep == 1 && fromStep == 1) {
-        copyElements(to, from, count);
-        return;
-    }
+// Calls copy(to, from) for `count` elements that stand toStep and fromStep apart. Here and below, target and source do
+// not overlap.
+template <class T, class From, class Copy>
+void forEachPair(T* to, std::uint64_t toStep, From* from, std::uint64_t fromStep, std::uint64_t count, Copy copy) {
 #pragma GCC unroll 4
     for (std::uint64_t i = 0; i < count; ++i) {
-        copyElements(to + i * toStep, from + i * fromStep, 1);
+        copy(to[i * toStep], from[i * fromStep]);
     }
+}
+
+template <class T>
+void copyElement(T& to, const T& from) {
+    copyElements(&to, &from, 1);
 }
 
 // The elements that the walk selects from `source`, one after the other.
@@ -29,18 +32,29 @@ void gatherElements(const void* source, const SliceWalk& walk, void* target) {
     const T* const from = static_cast<const T*>(source);
     T* to = static_cast<T*>(target);
     walk.forEachRun([&](const PositionRun& run) {
-        copySpacedElements(to, 1, from + run.first, run.step, run.count);
+        if (run.step == 1) {
+            copyElements(to, from + run.first, run.count);
+        } else {
+            forEachPair(to, 1, from + run.first, run.step, run.count, copyElement<T>);
+        }
         to += run.count;
     });
 }
 
-// Puts the elements at `source` one after the other to what the walk selects from `target`.
+// Puts the elements at `source` one after the other to what the walk selects from `target`. Elements that are no plain
+// memory are moved there, so that this does not fail half-way.
 template <class T>
-void scatterElements(const void* source, const SliceWalk& walk, void* target) {
-    const T* from = static_cast<const T*>(source);
+void scatterElements(void* source, const SliceWalk& walk, void* target) {
+    T* from = static_cast<T*>(source);
     T* const to = static_cast<T*>(target);
     walk.forEachRun([&](const PositionRun& run) {
-        copySpacedElements(to + run.first, run.step, from, 1, run.count);
+        if constexpr (!std::is_trivially_copyable_v<T>) {
+            forEachPair(to + run.first, run.step, from, 1, run.count, [](T& put, T& taken) { put = std::move(taken); });
+        } else if (run.step == 1) {
+            copyElements(to + run.first, from, run.count);
+        } else {
+            forEachPair(to + run.first, run.step, from, 1, run.count, copyElement<T>);
+        }
         from += run.count;
     });
 }
@@ -51,15 +65,17 @@ void spreadElement(const void* source, const SliceWalk& walk, void* target) {
     const T* const element = static_cast<const T*>(source);
     T* const to = static_cast<T*>(target);
     walk.forEachRun(
-        [&](const PositionRun& run) { copySpacedElements(to + run.first, run.step, element, 0, run.count); });
+        [&](const PositionRun& run) { forEachPair(to + run.first, run.step, element, 0, run.count, copyElement<T>); });
 }
 
 // What a slice needs to know of its elements.
 struct SliceOperations {
-    using CopyElements = void (*)(const void* source, const SliceWalk& walk, void* target);
-    CopyElements gather;
-    CopyElements scatter;
-    CopyElements spread;
+    void (*gather)(const void* source, const SliceWalk& walk, void* target);
+    void (*scatter)(void* source, const SliceWalk& walk, void* target);
+    void (*spread)(const void* source, const SliceWalk& walk, void* target);
+    // Whether elements are copied as bytes, which cannot fail.
+    bool arePlain;
+    // In bytes.
     std::size_t elementSize;
 };
 
@@ -72,7 +88,8 @@ struct PlainElement {
 template <class T>
 constexpr SliceOperations sliceOperationsOf() {
     using Moved = std::conditional_t<std::is_trivially_copyable_v<T>, PlainElement<sizeof(T)>, T>;
-    return {&gatherElements<Moved>, &scatterElements<Moved>, &spreadElement<Moved>, sizeof(T)};
+    return {&gatherElements<Moved>, &scatterElements<Moved>, &spreadElement<Moved>, std::is_trivially_copyable_v<T>,
+            sizeof(T)};
 }
 
 // Whether a storage of `allocated` elements holds all of the shape.
