@@ -26,3 +26,4 @@ void addSlices();
 void addCalls();
 void addTexts();
 void addTrees();
+void addViews();

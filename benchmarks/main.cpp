@@ -36,6 +36,7 @@ int main(int argc, char** argv) {
     addCalls();
     addTexts();
     addTrees();
+    addViews();
     keepMemory();
     const bool anyMatched = benchmark::RunSpecifiedBenchmarks() != 0;
     benchmark::Shutdown();

@@ -6,11 +6,21 @@
 #include <pyx/pyx.h>
 #include <pyx/variant/factories.h>
 
+#include <complex>
 #include <cstdlib>
 #include <new>
 #include <sstream>
 #include <string>
 #include <vector>
+
+#if defined(__SANITIZE_ADDRESS__)
+#define PYXCORE_FINDS_LEAKS 1
+#elif defined(__has_feature)
+#define PYXCORE_FINDS_LEAKS __has_feature(address_sanitizer)
+#endif
+#if PYXCORE_FINDS_LEAKS
+#include <sanitizer/lsan_interface.h>
+#endif
 
 namespace {
 
@@ -103,6 +113,19 @@ TEST(ExhaustedMemory, LosesNothing) {
         ZVariant adopted = ZVariant::fromVector(std::vector<double>{1, 2, 3});
         adopted.reshapeNoRealloc({1, 1, 3});
     });
+    sweep("view", [&] { (void)numbers.asComplex(); });
+    sweep("view of a scalar", [] { (void)ZVariant(std::complex<double>(1, 2)).asReal(); });
+    sweep("sharable view", [] { (void)ZVariantAbi::fromData({1, 2}).asComplex(); });
+    sweep("converted view", [&] { (void)numbers.asComplex().convertTo(WellKnownType::complexFloat); });
+    sweep("written view", [&] {
+        ZVariant view = numbers.reshaped({2}).asComplex();
+        view.mutableElementAt<std::complex<double>>(0) = 1;
+    });
+    sweep("detached buffer", [&] {
+        ExternalBuffer<std::string> buffer(texts);
+        const ZVariant kept = buffer.value();
+        buffer.detach();
+    });
     sweep("message of a failed conversion", [&] {
         try {
             (void)array.convertOrThrow(WellKnownType::double_);
@@ -111,6 +134,48 @@ TEST(ExhaustedMemory, LosesNothing) {
     });
     EXPECT_EQ(array.elementAt<std::string>(2), longText + "!");
     EXPECT_EQ(abi.elementAt<std::string>(1), "short");
+}
+
+// The only failure that leaves the reference with the caller is that of the view's own allocation, and can be told.
+TEST(ExhaustedMemory, ShowsWhoHoldsTheReferenceOfAView) {
+    using namespace Internal;
+    const double elements[] = {1, 2};
+    for (const long failing : {0, 1}) {
+        const long before = liveAllocations;
+        AbiErrorRecord record;
+        IVariantData* const data =
+            constructVariantVectorWithDataWithDimsUnresolved<double>(elements, 2, {}, DataOrdering::RowMajor);
+        data->copy();
+        allocationsUntilFailure = failing;
+        EXPECT_EQ(ZVariantData_C_API_constructTransmuteRealToComplexVariant(&record, data), nullptr);
+        allocationsUntilFailure = -1;
+        EXPECT_STREQ(record.kind, "bad_alloc");
+        EXPECT_STREQ(record.message, failing == 0 ? "std::bad_alloc" : "std::bad_array_new_length");
+        if (failing == 0) {
+            data->destruct();
+        }
+        EXPECT_TRUE(dynamic_cast<IVariantDataRefCounted&>(*data).isUnique());
+        data->destruct();
+        EXPECT_EQ(liveAllocations, before);
+    }
+}
+
+TEST(RefusedConversion, KeepsItsArrayOnlyForExternalStorage) {
+    ExternalBuffer<double> buffer(std::vector<double>{1.5});
+    const ZVariant value = buffer.value();
+    (void)value.elementCount();
+    const auto allocationsKept = [&] {
+        const long before = liveAllocations;
+#if PYXCORE_FINDS_LEAKS
+        // What this keeps is lost for ever.
+        const __lsan::ScopedDisabler disabler;
+#endif
+        EXPECT_TRUE(value.convertTo(WellKnownType::int32, ConversionMode::Exact).isNull());
+        return liveAllocations - before;
+    };
+    EXPECT_GT(allocationsKept(), 0);
+    buffer.detach();
+    EXPECT_EQ(allocationsKept(), 0);
 }
 
 TEST(ExhaustedMemory, IsRecordedByTheFlatFunctions) {

@@ -51,7 +51,19 @@ int main(void) {
     ((double*)stored)[0] = 9;
     CHECK(((const double*)ZVariantData_C_API_constStoredData(&record, grid))[0] == 0.5);
 
+    /* The same storage as complex numbers; the view takes a reference over, here one of its own. */
+    PyxVariantData* pairs = ZVariantData_C_API_constructTransmuteRealToComplexVariant(
+        &record, ZVariantData_C_API_reshapeToZVariant(&record, grid, ZVariantData_C_API_copy(&record, grid), line, 0));
+    CHECK(ZVariantData_C_API_wellKnownDataType(&record, pairs) == PyxType_complexDouble);
+    CHECK(ZVariantData_C_API_dimensions(&record, pairs).lengths[0] == 3);
+    pairs = ZVariantData_C_API_constructTransmuteComplexToRealVariant(&record, pairs);
+    CHECK(((const double*)ZVariantData_C_API_constStoredData(&record, pairs))[5] == 5.5);
+    ZVariantData_C_API_destruct(&record, pairs);
+
     /* Failures. */
+    CHECK(ZVariantData_C_API_constructTransmuteRealToComplexVariant(&record, ZVariantData_C_API_constructNull()) ==
+          NULL);
+    CHECK(failedWith(&record, "invalid_argument", "Cannot create a view of data without dimensions."));
     CHECK(ZVariantData_C_API_constructScalar(&record, samples, PyxType_customType) == NULL);
     CHECK(failedWith(&record, "runtime_error", "unknown type"));
     CHECK(ZVariantData_C_API_constructArray(&record, samples, PyxType_double, 5, shape, PyxOrdering_rowMajor) == NULL);

@@ -73,6 +73,9 @@ void valuesCrossTheBoundary() {
     }
     CHECK(sum == 18);
 
+    const ZVariantAbi pairs = ZVariantAbi::fromData({1., 2., 3., 4.}).asComplex();
+    CHECK(textOf(pairs) == "[(1,2), (3,4)]" && textOf(pairs.convertTo(WellKnownType::int8).asReal()) == "[1, 2, 3, 4]");
+
     ZVariantAbi moved = std::move(grid);
     grid = moved;
     moved = static_cast<ZVariantAbi&>(moved);
@@ -98,6 +101,8 @@ void failuresComeBackAsTheSameExceptions() {
     CHECK(throws<std::bad_alloc>(nullptr, [] {
         (void)ZVariantAbi::allocate<double>({std::numeric_limits<std::uint64_t>::max() / sizeof(double)});
     }));
+    CHECK(throws<std::invalid_argument>("Cannot create a view of data without dimensions.",
+                                        [] { (void)ZVariantAbi().asComplex(); }));
     // A handler that does not match must not stop the search, in whichever runtime that is.
     CHECK(throws<std::length_error>(nullptr, [] {
         try {
@@ -108,7 +113,18 @@ void failuresComeBackAsTheSameExceptions() {
 }
 
 #if PYXCORE_SAME_STANDARD_LIBRARY
+void memoryIsShownWithinOneStandardLibrary() {
+    ExternalBuffer<double, ZVariantAbi> buffer(std::vector<double>{1, 2, 3});
+    const ZVariantAbi value = buffer.value();
+    buffer.data()[1] = 5;
+    CHECK(textOf(value) == "[1, 5, 3]");
+    buffer.detach();
+    buffer.data()[1] = 7;
+    CHECK(textOf(value) == "[1, 5, 3]");
+}
+
 void textsCrossWithinOneStandardLibrary() {
+    memoryIsShownWithinOneStandardLibrary();
     const ZVariantAbi names = ZVariantAbi::fromData({"lattice", "a text that needs a buffer of its own"});
     CHECK(textOf(names) == "['lattice', 'a text that needs a buffer of its own']");
     CHECK(names.elementAt<std::string>(0) == "lattice");

@@ -4,8 +4,10 @@
 #include <gmock/gmock.h>
 #include <pyx/indexing/index_words.h>
 #include <pyx/properties/PropertyPath.h>
+#include <pyx/variant/ExternalVariantStorageInterface.h>
 #include <pyx/variant/ZVariant.h>
 
+#include <complex>
 #include <new>
 #include <numeric>
 #include <stdexcept>
@@ -125,6 +127,51 @@ TEST(Slices, AValueCanBeWrittenIntoItself) {
     square.assignSlice({all, all}, square.reordered(DataOrdering::ColumnMajor));
     square.assignSlice({{1, 0}, {0, 1}}, square);
     EXPECT_THAT(elementsOf<int>(square), ElementsAre(0, 1, 2, 3));
+}
+
+// Conversion of a view ends in a view, which is not what the elements of the target look like.
+TEST(Slices, TakeTheElementsOfViews) {
+    const ZVariant reals = ZVariant::fromData({1., 2., 3., 4.});
+    ZVariant target = ZVariant::allocate<std::complex<float>>({2});
+    target.assignSlice({all}, reals.asComplex());
+    EXPECT_THAT(elementsOf<std::complex<float>>(target), ElementsAre(std::complex(1.F, 2.F), std::complex(3.F, 4.F)));
+    ZVariant numbers = ZVariant::allocate<int>({4});
+    numbers.assignSlice({all}, target.asReal());
+    EXPECT_THAT(elementsOf<int>(numbers), ElementsAre(1, 2, 3, 4));
+    EXPECT_THAT(elementsOf<double>(reals.asComplex().slice({1}).asReal()), ElementsAre(3., 4.));
+    numbers.assignSlice({seq(0, 1)}, reals.asComplex());
+    EXPECT_THAT(elementsOf<int>(numbers), ElementsAre(1, 3, 3, 4));
+}
+
+// A storage that a value writes to when it is the only one to hold it.
+struct Memory : ExternalVariantStorageInterface {
+    std::uint64_t numberAllocatedElements() const override { return elements.size(); }
+    ArrayDimensionsView dimensions() const override { return shape; }
+    DataOrdering dataOrdering() const override { return DataOrdering::RowMajor; }
+    WellKnownType wellKnownDataType() const override { return WellKnownType::int32; }
+    void reshapeNoRealloc(ArrayDimensionsView) override {}
+    const void* constStoredData() const override { return elements.data(); }
+    void* mutableStoredData() override { return elements.data(); }
+    void adaptorDestroyed() override { detachCallback = nullptr; }
+
+    std::vector<int> elements = {1, 2, 3, 4};
+    std::vector<std::uint64_t> shape = {3};
+};
+
+TEST(Slices, WriteToTheMemoryOfAClient) {
+    Memory memory;
+    ZVariant value = ZVariant::fromExternal(memory);
+    value.assignSlice({{2, 1}}, ZVariant::fromData({7., 8.}));
+    EXPECT_THAT(memory.elements, ElementsAre(1, 7, 8, 4));
+    const ZVariant other = ZVariant::fromExternal(memory);
+    value.assignSlice({seq(1, 2)}, other.slice({seq(0, 1)}));
+    EXPECT_THAT(memory.elements, ElementsAre(1, 1, 7, 4));
+    memory.shape = {2, 2};
+    value.assignSlice({all, all}, other);
+    EXPECT_THAT(memory.elements, ElementsAre(1, 1, 7, 4));
+    value.assignSlice({0, all}, value.slice({1, all}));
+    EXPECT_THAT(memory.elements, ElementsAre(7, 4, 7, 4));
+    EXPECT_THROW((void)ZVariant(5).slice({all}).asComplex().slice({0}), std::invalid_argument);
 }
 
 TEST(Slices, NothingHappensUnlessEveryCheckPasses) {

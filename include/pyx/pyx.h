@@ -18,4 +18,6 @@
 #include <pyx/properties/FrozenPropertyTree.h>
 #include <pyx/properties/PropertyPath.h>
 #include <pyx/properties/PropertyTree.h>
+#include <pyx/variant/ExternalBuffer.h>
+#include <pyx/variant/ExternalVariantStorageInterface.h>
 #endif

@@ -1,6 +1,7 @@
 #include "convert/convert_data.h"
 
 #include "convert/conversion_matrix.h"
+#include "variant/ExternalVariantStorageAdaptor.h"
 
 #include <pyx/types/dispatch.h>
 #include <pyx/variant/ElementOperations.h>
@@ -35,7 +36,8 @@ IVariantData* convertStoredScalar(WellKnownType source, const void* value, WellK
     });
 }
 
-IVariantData* convertStoredArray(const IVariantData& source, WellKnownType target, ConversionMode mode) {
+IVariantData* convertStoredArray(const IVariantData& source, WellKnownType target, ConversionMode mode,
+                                 RefusedArray refused) {
     return dispatchElementType(target, [&](auto tag) -> IVariantData* {
         using T = typename decltype(tag)::type;
         const ConvertCell convert = conversionCell<T>(source.wellKnownDataType());
@@ -49,11 +51,24 @@ IVariantData* convertStoredArray(const IVariantData& source, WellKnownType targe
                                    ? convert(defaultElement(source.wellKnownDataType()), &ignored, 1, mode)
                                    : convert(source.constStoredData(), result->elements(), count, mode);
         if (!converted) {
+            if (refused == RefusedArray::kept) {
+                (void)result.release();
+            }
             return nullptr;
         }
         std::fill(result->elements() + count, result->elements() + shown, T{});
         return result.release();
     });
+}
+
+IVariantData* ExternalVariantStorageAdaptor::convertDataTo(WellKnownType target, ConversionMode mode) {
+    if (client_ == nullptr) {
+        return snapshot_->convertDataTo(target, mode);
+    }
+    // An unknown type of the client is told before one of the target, other than with arrays.
+    dispatchElementType(wellKnownDataType(), [](auto) {});
+    // Deliberately keeps for ever what a refused conversion of a client's storage has allocated.
+    return convertStoredArray(*this, target, mode, RefusedArray::kept);
 }
 
 template <class T>

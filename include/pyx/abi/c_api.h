@@ -17,11 +17,16 @@
 #include <stdint.h>
 
 #ifdef __cplusplus
-namespace Quorvane::Pyx::Internal {
+namespace Quorvane::Pyx {
+class ExternalVariantStorageInterface;
+namespace Internal {
 class IVariantData;
 }
+}  // namespace Quorvane::Pyx
 /* What a handle points at; opaque to clients. */
 typedef Quorvane::Pyx::Internal::IVariantData PyxVariantData;
+/* A client's own storage; implemented in C++. */
+typedef Quorvane::Pyx::ExternalVariantStorageInterface PyxExternalStorage;
 
 extern "C" {
 #define PYXCORE_NOEXCEPT noexcept
@@ -29,6 +34,7 @@ extern "C" {
 #include <stdbool.h>
 
 typedef struct PyxVariantData PyxVariantData;
+typedef struct PyxExternalStorage PyxExternalStorage;
 
 /* The codes of the element types; PyxType_unknown is the code of a null value. */
 enum {
@@ -159,6 +165,27 @@ PYXCORE_API void ZVariantData_C_API_reshapeNoRealloc(AbiErrorRecord* record, Pyx
 PYXCORE_API PyxVariantData* ZVariantData_C_API_reshapeToZVariant(AbiErrorRecord* record, PyxVariantData* data,
                                                                  PyxVariantData* source, PyxDimensions dimensions,
                                                                  uint32_t ordering) PYXCORE_NOEXCEPT;
+
+/* A new array that shows the elements in the client's storage, a C++ object of the library's standard library, without
+ * copying them. The storage is borrowed: it tells the array, by its detachCallback, before its elements go, and is told
+ * when the array goes first. A new reference. Failures of the storage's own operations are recorded by the functions
+ * that call them; reorderData fails with "runtime_error": "Not implemented!" until the array is detached. */
+PYXCORE_API PyxVariantData* ZVariantData_C_API_createWithExternalStorage(AbiErrorRecord* record,
+                                                                         PyxExternalStorage* storage) PYXCORE_NOEXCEPT;
+
+/* A new array that shows the storage of the real array `data` as complex numbers, neighbours along the fastest
+ * dimension being real and imaginary part: the length of that dimension is halved, rounded down. Writing makes a copy,
+ * conversion gives complex numbers again, and reshapeToZVariant fails with "runtime_error". Another element type is not
+ * refused here but gives an array that means nothing. A new reference, in place of that on `data`, which is taken over
+ * also when the call fails; only "bad_alloc" with the message "std::bad_alloc" leaves it with the caller.
+ * "invalid_argument": "Cannot create a view of data without dimensions.". */
+PYXCORE_API PyxVariantData* ZVariantData_C_API_constructTransmuteRealToComplexVariant(
+    AbiErrorRecord* record, PyxVariantData* data) PYXCORE_NOEXCEPT;
+
+/* The same the other way: shows the complex array `data` as real numbers, real and imaginary part in turn, and doubles
+ * the length of the fastest dimension. Conversion gives real numbers again. */
+PYXCORE_API PyxVariantData* ZVariantData_C_API_constructTransmuteComplexToRealVariant(
+    AbiErrorRecord* record, PyxVariantData* data) PYXCORE_NOEXCEPT;
 
 #ifdef __cplusplus
 } /* extern "C" */

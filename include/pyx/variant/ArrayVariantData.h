@@ -4,9 +4,17 @@
 #include <pyx/variant/ElementOperations.h>
 #include <pyx/variant/IVariantDataRefCounted.h>
 
+#include <cstdint>
+#include <stdexcept>
 #include <typeinfo>
 
 namespace Quorvane::Pyx::Internal {
+
+inline void requireDataLength(ArrayDimensionsView dimensions, std::uint64_t length) {
+    if (dimensions.elementCount() != length) {
+        throw std::length_error("dimensions do not match data length");
+    }
+}
 
 // All that follows from the element type, and needs to know the storage only by the operations of IVariantData. Has no
 // data of its own.

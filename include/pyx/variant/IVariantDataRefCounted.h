@@ -43,13 +43,18 @@ public:
     // former holders did.
     virtual bool isUnique() const { return hasOneReference(); }
 
+    // Why shared data are not reshaped in place.
+    [[noreturn]] static void throwShared() {
+        throw std::runtime_error("Reference count is greater than 1 - cannot reshape without reallocating.");
+    }
+
 protected:
     bool hasOneReference() const { return referenceCount_.load(std::memory_order_acquire) == 1; }
 
     // The test that protects a reshape in place.
     void requireOneReference() const {
         if (!hasOneReference()) {
-            throw std::runtime_error("Reference count is greater than 1 - cannot reshape without reallocating.");
+            throwShared();
         }
     }
 

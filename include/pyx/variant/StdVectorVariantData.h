@@ -5,7 +5,6 @@
 
 #include <algorithm>
 #include <cstdint>
-#include <stdexcept>
 #include <type_traits>
 #include <utility>
 #include <vector>
@@ -25,9 +24,7 @@ public:
         : elements_(std::move(elements)), dimensions_(dimensions.begin(), dimensions.end()), ordering_(ordering) {
         const std::uint64_t count = dimensions.elementCount();
         if (count != 0) {
-            if (count != elements_.size()) {
-                throw std::length_error("dimensions do not match data length");
-            }
+            requireDataLength(dimensions, elements_.size());
         } else if (!elements_.empty()) {
             dimensions_.assign(1, elements_.size());
         }

@@ -10,7 +10,6 @@
 #include <limits>
 #include <memory>
 #include <new>
-#include <stdexcept>
 #include <type_traits>
 #include <vector>
 
@@ -59,9 +58,7 @@ public:
                               DataOrdering ordering) {
         const ArrayDimensionsView resolved =
             dimensions.empty() && length != 0 ? ArrayDimensionsView(&length, 1) : dimensions;
-        if (resolved.elementCount() != length) {
-            throw std::length_error("dimensions do not match data length");
-        }
+        requireDataLength(resolved, length);
         return makeCopy(data, length, resolved, ordering);
     }
 

@@ -12,6 +12,7 @@
 
 #include <cstdint>
 #include <string>
+#include <string_view>
 #include <type_traits>
 #include <utility>
 #include <vector>
@@ -163,6 +164,16 @@ public:
         return adopt(result);
     }
 
+    // The storage is an object of this module's standard library, which must be the library's.
+    static ZVariantDataSharable fromExternal(ExternalVariantStorageInterface& storage) {
+        return adopt(callFlat(
+            [&](AbiErrorRecord* record) { return ZVariantData_C_API_createWithExternalStorage(record, &storage); }));
+    }
+
+    // Takes the data over into a view of them, also when that fails.
+    ZVariantDataSharable asComplex() && { return viewed(ZVariantData_C_API_constructTransmuteRealToComplexVariant); }
+    ZVariantDataSharable asReal() && { return viewed(ZVariantData_C_API_constructTransmuteComplexToRealVariant); }
+
     IVariantData* variantData;
 
 private:
@@ -175,6 +186,19 @@ private:
 
     static PyxDimensions plain(ArrayDimensionsView dimensions) { return {dimensions.begin(), dimensions.size()}; }
     static std::uint32_t plain(DataOrdering ordering) { return static_cast<std::uint32_t>(ordering); }
+
+    ZVariantDataSharable viewed(IVariantData* (*construct)(AbiErrorRecord*, IVariantData*)) {
+        IVariantData* const data = std::exchange(variantData, nullptr);
+        return adopt(callFlat([&](AbiErrorRecord* record) {
+            IVariantData* const view = construct(record, data);
+            // Without memory for the view itself, and then alone, the reference has not been taken over.
+            if (record->kind != nullptr && std::string_view(record->kind) == "bad_alloc" &&
+                std::string_view(record->message) == "std::bad_alloc") {
+                variantData = data;
+            }
+            return view;
+        }));
+    }
 
     // A destructor does not throw, so the outcome is not looked at.
     void end() noexcept {

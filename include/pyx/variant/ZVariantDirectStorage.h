@@ -12,6 +12,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <new>
 #include <stdexcept>
 #include <typeinfo>
 #include <utility>
@@ -163,6 +164,14 @@ public:
         return adopt(variantData->reshapeToZVariant(variantData, dimensions, ordering));
     }
 
+    static ZVariantDirectStorage fromExternal(ExternalVariantStorageInterface& storage) {
+        return adopt(constructVariantExternal(&storage));
+    }
+
+    // Takes the data over into a view of them, also when that fails.
+    ZVariantDirectStorage asComplex() && { return viewed(constructTransmuteRealToComplexVariant); }
+    ZVariantDirectStorage asReal() && { return viewed(constructTransmuteComplexToRealVariant); }
+
     IVariantData* variantData;
     alignas(void*) std::byte inlineBuffer[40];
 
@@ -194,6 +203,23 @@ private:
             variantData->~IVariantData();
         } else if (variantData != nullptr) {
             variantData->destruct();
+        }
+    }
+
+    ZVariantDirectStorage viewed(IVariantData* (*construct)(IVariantData*)) {
+        if (isInline()) {
+            // A view holds a reference, and an inline scalar has none to give.
+            return adopt(copyConstructVariantScalar(nullptr, 0, *this)).viewed(construct);
+        }
+        IVariantData* const data = std::exchange(variantData, nullptr);
+        try {
+            return adopt(construct(data));
+        } catch (const std::bad_alloc& error) {
+            // Without memory for the view itself, and then alone, the reference has not been taken over.
+            if (typeid(error) == typeid(std::bad_alloc)) {
+                variantData = data;
+            }
+            throw;
         }
     }
 

@@ -25,6 +25,8 @@
 
 namespace Quorvane::Pyx {
 
+class ExternalVariantStorageInterface;
+
 // Copies share a heap object until one of them is written; an inline scalar is copied and never shared. A moved-from
 // value may only be copied, assigned to or destroyed. A value belongs to one thread at a time; values on several
 // threads may share data.
@@ -108,6 +110,15 @@ public:
     static ZVariantGeneric allocate(ArrayDimensionsView dimensions, DataOrdering ordering = DataOrdering::RowMajor) {
         requireElement<T>();
         return ZVariantGeneric(Storage::template allocate<T>(dimensions, ordering));
+    }
+
+    // An array that shows the elements in the client's storage, which is borrowed, without copying them: changes are
+    // seen at once. When the storage announces its end, the value and its copies keep the elements as they are then;
+    // ExternalBuffer sees to all of that. Until then the value cannot be reordered (std::runtime_error "Not
+    // implemented!"), what the storage's own operations raise passes through, and the only holder writes to the
+    // storage.
+    [[nodiscard]] static ZVariantGeneric fromExternal(ExternalVariantStorageInterface& storage) {
+        return ZVariantGeneric(Storage::fromExternal(storage));
     }
 
     // 0 for a null value.
@@ -222,10 +233,27 @@ public:
     }
 
     // A new array of the given shape with the first elements of this one in storage order; elements without a source
-    // are default. A null value gives a null value.
+    // are default. A null value gives a null value. A view raises std::runtime_error "Reshaping to ZVariant is not
+    // allowed for Transmute Variant". A value made by fromExternal ends the process when the shape has no room for all
+    // its allocated elements, deliberately.
     [[nodiscard]] ZVariantGeneric reshaped(ArrayDimensionsView dimensions,
                                            DataOrdering ordering = DataOrdering::RowMajor) const {
         return ZVariantGeneric(storage_.reshaped(dimensions, ordering));
+    }
+
+    // The same storage read as complex numbers, neighbours along the fastest dimension being real and imaginary part,
+    // or read as real numbers, both parts in turn: the length of that dimension is halved, rounded down, or doubled.
+    // The data are shared until one of the values is written; a value of the wanted kind is given back as it is. What
+    // is converted stays of its kind: to float, asComplex ends in complexFloat. The form for rvalues takes the value
+    // over, also when it fails. Raises std::invalid_argument "Cannot create a view of data without dimensions.", for a
+    // null too, and std::runtime_error "Can not convert non-numeric data type to complex numeric type".
+    [[nodiscard]] ZVariantGeneric asComplex() const& { return ZVariantGeneric(*this).asComplex(); }
+    [[nodiscard]] ZVariantGeneric asComplex() && {
+        return isOfKind(true) ? std::move(*this) : ZVariantGeneric(std::move(storage_).asComplex());
+    }
+    [[nodiscard]] ZVariantGeneric asReal() const& { return ZVariantGeneric(*this).asReal(); }
+    [[nodiscard]] ZVariantGeneric asReal() && {
+        return isOfKind(false) ? std::move(*this) : ZVariantGeneric(std::move(storage_).asReal());
     }
 
     // Changes the shape in place; no element moves, and views from dimensions are dead afterwards. The present shape
@@ -321,6 +349,16 @@ private:
         static_assert(!std::is_integral_v<T> || Internal::isWellKnownElement<T>,
                       "Elements of this integer type are stored as another type of the same width: `long long` for a "
                       "64-bit `long`, `signed char` or `unsigned char` for `char`.");
+    }
+
+    // Whether the elements are complex, or real, numbers; of a null value neither.
+    bool isOfKind(bool complex) const {
+        const WellKnownType type = wellKnownDataType();
+        if (type == WellKnownType::unknown) {
+            return false;
+        }
+        Internal::requireNumericView(type);
+        return type.isComplex() == complex;
     }
 
     // Elements are lent by reference, so T must be stored as it is.

@@ -4,6 +4,7 @@
 #include <pyx/types/portable_type_names.h>
 
 #include <cstdint>
+#include <stdexcept>
 #include <string>
 
 namespace Quorvane::Pyx::Internal {
@@ -15,6 +16,14 @@ inline std::string conversionFailureText(const char* valueName, WellKnownType so
     return std::string("Cannot convert ") + valueName + " of type '" +
            normalizeTypeName(typeNameOfWellKnownType(source)) + "' (size: " + std::to_string(elementCount) + ") to '" +
            targetName + "'";
+}
+
+// What a view over elements that are no numbers, or its conversion to such, is refused with. Deliberately says
+// "complex" also where the view is of real numbers.
+inline void requireNumericView(WellKnownType type) {
+    if (!type.isNumeric()) {
+        throw std::runtime_error("Can not convert non-numeric data type to complex numeric type");
+    }
 }
 
 }  // namespace Quorvane::Pyx::Internal

@@ -9,6 +9,10 @@
 #include <cstdint>
 #include <vector>
 
+namespace Quorvane::Pyx {
+class ExternalVariantStorageInterface;
+}
+
 namespace Quorvane::Pyx::Internal {
 
 class IVariantData;
@@ -54,5 +58,17 @@ PYXCORE_API IVariantData* constructVariantVectorWithDataWithDimsUnresolved(const
 template <class T>
 PYXCORE_API IVariantData* constructVariantDataFromMovedVector(std::vector<T> elements, ArrayDimensionsView dimensions,
                                                               DataOrdering ordering);
+
+// A new array that shows the elements in a client's storage, which is borrowed: see ExternalVariantStorageInterface for
+// who tells whom when one of them ends. A new reference. When it fails, the storage still serves whom it served.
+PYXCORE_API IVariantData* constructVariantExternal(ExternalVariantStorageInterface* storage);
+
+// A new array that shows the storage of `data`, which must be counted, as the other kind of numbers: the length of the
+// fastest dimension is halved, rounded down, or doubled. The data must be real or complex as the name says, which is
+// not tested. A new reference, in place of that on `data`, which is taken over also when it fails: with
+// std::invalid_argument "Cannot create a view of data without dimensions." or std::bad_array_new_length. Only a failure
+// with std::bad_alloc itself, when there is no memory for the view, leaves it with the caller.
+PYXCORE_API IVariantData* constructTransmuteRealToComplexVariant(IVariantData* data);
+PYXCORE_API IVariantData* constructTransmuteComplexToRealVariant(IVariantData* data);
 
 }  // namespace Quorvane::Pyx::Internal

@@ -1,0 +1,139 @@
+// Views that read the storage of another data object as the other kind of numbers, without a copy: real numbers as
+// complex ones, or complex numbers as real ones.
+#pragma once
+
+#include <pyx/types/dispatch.h>
+#include <pyx/variant/ElementOperations.h>
+#include <pyx/variant/IVariantDataRefCounted.h>
+#include <pyx/variant/OwnedData.h>
+
+#include <cstdint>
+#include <new>
+#include <stdexcept>
+#include <utility>
+#include <vector>
+
+namespace Quorvane::Pyx::Internal {
+
+// What both views have in common. The view holds a reference on the data and has dimensions of its own, in which the
+// fastest one is View::countOf its length in the data; whether that is even is deliberately not looked at.
+template <class View>
+class TransmuteVariant : public IVariantDataRefCounted {
+public:
+    // Takes the reference over, also when it fails: with std::invalid_argument "Cannot create a view of data without
+    // dimensions.", and with std::bad_array_new_length when memory is exhausted.
+    explicit TransmuteVariant(OwnedData<> data) : data_(std::move(data)), dimensions_(dimensionsOver(*data_)) {}
+
+    std::uint64_t numberAllocatedElements() const final { return View::countOf(data_->numberAllocatedElements()); }
+    ArrayDimensionsView dimensions() const final { return dimensions_; }
+    bool isScalarStorage() const final { return false; }
+    DataOrdering dataOrdering() const final { return data_->dataOrdering(); }
+    const std::type_info* storedTypeInfo() const final { return nullptr; }
+    CustomTypeOperations* customTypeOperations() const final { return nullptr; }
+
+    // In another ordering than the present one, a plain array.
+    IVariantData* reorderData(DataOrdering wanted) final {
+        if (wanted == dataOrdering()) {
+            copy();
+            return this;
+        }
+        if (reinterpretsNothing()) {
+            return OwnedData<>(duplicate())->reorderData(wanted);
+        }
+        return dispatchElementType(this->wellKnownDataType(), [&](auto tag) {
+            return ElementOperations<typename decltype(tag)::type>::reorder(*this, wanted);
+        });
+    }
+
+    void reshapeNoRealloc(ArrayDimensionsView wanted) final {
+        if (wanted == dimensions()) {
+            return;
+        }
+        this->requireOneReference();
+        if (wanted.elementCount() > numberAllocatedElements()) {
+            this->throwDoesNotFit();
+        }
+        dimensions_ = wanted.toVector();
+    }
+
+    IVariantData* reshapeToZVariant(const IVariantData*, ArrayDimensionsView, DataOrdering) final {
+        throw std::runtime_error("Reshaping to ZVariant is not allowed for Transmute Variant");
+    }
+
+    const void* constStoredData() const final { return data_->constStoredData(); }
+    void* mutableStoredData() final { return data_->mutableStoredData(); }
+
+    // A plain array of as many elements as the shape shows.
+    IVariantData* duplicate() const final {
+        return dispatchElementType(this->wellKnownDataType(), [&](auto tag) {
+            return ElementOperations<typename decltype(tag)::type>::rebuild(reinterpretsNothing() ? data_.get() : this,
+                                                                            dimensions_, dataOrdering());
+        });
+    }
+
+    // Always false, so that a writer gets a plain array of its own and never writes to the data.
+    bool isUnique() const final { return false; }
+
+protected:
+    const IVariantData& data() const { return *data_; }
+
+    // The data converted and viewed again; null when their conversion is refused.
+    IVariantData* viewConverted(WellKnownType target, ConversionMode mode) {
+        OwnedData<> converted(data_->convertDataTo(target, mode));
+        return converted == nullptr ? nullptr : new View(std::move(converted));
+    }
+
+private:
+    static std::vector<std::uint64_t> dimensionsOver(const IVariantData& data) {
+        std::vector<std::uint64_t> dimensions;
+        try {
+            dimensions = data.dimensions().toVector();
+        } catch (const std::bad_alloc&) {
+            // Tells apart where the reference is: with the caller still when there is no memory for the view itself.
+            throw std::bad_array_new_length();
+        }
+        if (dimensions.empty()) {
+            throw std::invalid_argument("Cannot create a view of data without dimensions.");
+        }
+        std::uint64_t& fastest = data.dataOrdering() == DataOrdering::RowMajor ? dimensions.back() : dimensions.front();
+        fastest = View::countOf(fastest);
+        return dimensions;
+    }
+
+    // Whether the data are of the view's own kind of numbers already, or none. Nothing refuses such a view, but the
+    // number of its elements is not that of the storage, so they are read from the data where they must be read.
+    bool reinterpretsNothing() const { return data_->wellKnownDataType() == this->wellKnownDataType(); }
+
+    OwnedData<> data_;
+    std::vector<std::uint64_t> dimensions_;
+};
+
+// Neighbouring real numbers as the parts of complex ones; a last one without a neighbour is out of sight.
+class TransmuteRealToComplexVariant final : public TransmuteVariant<TransmuteRealToComplexVariant> {
+public:
+    using TransmuteVariant::TransmuteVariant;
+
+    static constexpr std::uint64_t countOf(std::uint64_t reals) { return reals >> 1; }
+
+    // Raises std::runtime_error "Can not convert non-numeric data type to complex numeric type".
+    WellKnownType wellKnownDataType() const override;
+
+    // Ends in a complex view also for a real target.
+    IVariantData* convertDataTo(WellKnownType target, ConversionMode mode) override;
+};
+
+// Both parts of complex numbers as real ones.
+class TransmuteComplexToRealVariant final : public TransmuteVariant<TransmuteComplexToRealVariant> {
+public:
+    using TransmuteVariant::TransmuteVariant;
+
+    static constexpr std::uint64_t countOf(std::uint64_t complexNumbers) { return complexNumbers * 2; }
+
+    WellKnownType wellKnownDataType() const override;
+
+    // Ends in a real view also for a complex target. Raises std::runtime_error "Can not convert non-numeric data type
+    // to complex numeric type".
+    IVariantData* convertDataTo(WellKnownType target, ConversionMode mode) override;
+};
+
+}  // namespace Quorvane::Pyx::Internal

@@ -1,0 +1,232 @@
+// Memory of a client as a value: while it is there, after it has gone, and whichever end goes first.
+#include "element_sequence.h"
+
+#include <gmock/gmock.h>
+#include <pyx/abi/c_api.h>
+#include <pyx/pyx.h>
+
+#include <algorithm>
+#include <memory>
+#include <optional>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+namespace Quorvane::Pyx::Internal {
+namespace {
+
+using testing::ThrowsMessage;
+using Shape = std::vector<std::uint64_t>;
+
+constexpr auto row = DataOrdering::RowMajor;
+constexpr auto column = DataOrdering::ColumnMajor;
+
+// Six column-major elements, and what they are told to be.
+template <class T>
+struct Client final : ExternalVariantStorageInterface {
+    std::uint64_t numberAllocatedElements() const override { return count; }
+    ArrayDimensionsView dimensions() const override {
+        if (fails) {
+            throw std::domain_error("no shape today");
+        }
+        return shape;
+    }
+    DataOrdering dataOrdering() const override { return column; }
+    WellKnownType wellKnownDataType() const override { return type; }
+    void reshapeNoRealloc(ArrayDimensionsView wanted) override { shape = wanted.toVector(); }
+    const void* constStoredData() const override { return elements.get(); }
+    void* mutableStoredData() override { return elements.get(); }
+    void adaptorDestroyed() override { ++destroyed; }
+
+    std::unique_ptr<T[]> elements = sequence<T>(6);
+    std::uint64_t count = 6;
+    Shape shape{2, 3};
+    WellKnownType type = ElementTraits<T>::code;
+    bool fails = false;
+    int destroyed = 0;
+};
+
+OwnedData<> show(ExternalVariantStorageInterface& client) {
+    return OwnedData<>(constructVariantExternal(&client));
+}
+
+bool isUnique(const OwnedData<>& data) {
+    return dynamic_cast<const IVariantDataRefCounted&>(*data).isUnique();
+}
+
+template <class T>
+const T& element(const OwnedData<>& data, std::uint64_t position) {
+    return static_cast<const T*>(data->constStoredData())[position];
+}
+
+// Six elements as the client has them at first, in its shape and ordering.
+template <class T>
+void expectTheClientsArray(const OwnedData<>& data) {
+    EXPECT_EQ(data->wellKnownDataType(), WellKnownType(ElementTraits<T>::code));
+    EXPECT_EQ(data->dimensions(), ArrayDimensionsView({2, 3}));
+    EXPECT_EQ(data->dataOrdering(), column);
+    EXPECT_EQ(data->numberAllocatedElements(), 6u);
+    for (std::uint64_t i = 0; i < 6; ++i) {
+        EXPECT_EQ(element<T>(data, i), nthElement<T>(i));
+    }
+}
+
+template <class T>
+struct ExternalStorageOf : testing::Test {};
+TYPED_TEST_SUITE(ExternalStorageOf, AllElementTypes, );
+
+TYPED_TEST(ExternalStorageOf, IsSeenUntilItIsDetached) {
+    using T = TypeParam;
+    Client<T> client;
+    const OwnedData<> data = show(client);
+    expectTheClientsArray<T>(data);
+    EXPECT_FALSE(data->isScalarStorage() || data->storedTypeInfo() != nullptr || data->customTypeOperations());
+    EXPECT_EQ(data->constStoredData(), client.elements.get());
+    // A holder that is alone writes to the client; with several, one gets a plain array and the others stay.
+    EXPECT_EQ(data->makeUnique()->mutableStoredData(), client.elements.get());
+    data->copy();
+    const OwnedData<> written(data->makeUnique());
+    EXPECT_NE(dynamic_cast<VectorVariantData<T>*>(written.get()), nullptr);
+    expectTheClientsArray<T>(written);
+    const OwnedData<> rebuilt(data->reshapeToZVariant(data.get(), {4, 2}, row));
+    EXPECT_EQ(element<T>(rebuilt, 5), nthElement<T>(5));
+    EXPECT_EQ(element<T>(rebuilt, 7), T{});
+    EXPECT_THAT([&] { data->reorderData(column); }, ThrowsMessage<std::runtime_error>("Not implemented!"));
+
+    // The second call replaces the copy by a copy of itself.
+    for (int call = 0; call < 2; ++call) {
+        client.detachCallback();
+        client.elements[0] = nthElement<T>(7);
+        EXPECT_NE(data->constStoredData(), client.elements.get());
+        expectTheClientsArray<T>(data);
+    }
+    const OwnedData<> rows(data->reorderData(row));
+    EXPECT_EQ(element<T>(rows, 1), nthElement<T>(2));
+    EXPECT_EQ(data->reorderData(column), data.get());
+    EXPECT_FALSE(isUnique(data));
+    // The rules of an array hold, except that only this object counts, which shares nothing with its holders.
+    data->reshapeNoRealloc({6});
+    EXPECT_THROW(data->reshapeNoRealloc({2, 3}), std::length_error);
+    data->destruct();
+    EXPECT_EQ(client.destroyed, 0);
+}
+
+TEST(ExternalStorage, IsAskedAfreshEveryTime) {
+    Client<int> client;
+    OwnedData<> data = show(client);
+    const ArrayDimensionsView before = data->dimensions();
+    EXPECT_EQ(before.begin(), data->dimensions().begin());
+    EXPECT_NE(before.begin(), client.shape.data());
+    client.elements = sequence<int>(8);
+    client.elements[7] = 70;
+    client.count = 8;
+    data->reshapeNoRealloc({4, 2});
+    EXPECT_EQ(data->dimensions(), ArrayDimensionsView({4, 2}));
+    EXPECT_EQ(element<int>(data, 7), 70);
+    const OwnedData<> converted(data->convertDataTo(WellKnownType::double_, ConversionMode::Exact));
+    EXPECT_EQ(element<double>(converted, 7), 70);
+    const OwnedData<> pairs(constructTransmuteRealToComplexVariant(show(client).release()));
+    EXPECT_EQ(pairs->dimensions(), ArrayDimensionsView({2, 2}));
+    // That adaptor is the one that is served now. Both tell when they go.
+    client.detachCallback();
+    client.elements[7] = 71;
+    EXPECT_EQ(element<int>(pairs, 7), 70);
+    EXPECT_EQ(element<int>(data, 7), 71);
+    data.reset();
+    EXPECT_EQ(client.destroyed, 1);
+}
+
+TEST(ExternalStorage, FailsAsItsTypeAndShapeAsk) {
+    Client<int> client;
+    const OwnedData<> data = show(client);
+    for (const auto& [code, text] :
+         {std::pair<std::uint16_t, const char*>{0x0020, "unknown type"}, {0x4008, "not a numeric type"}}) {
+        client.type = WellKnownType::fromCode(code);
+        // The client's type is looked at before the target, which is bad as well.
+        const auto target = WellKnownType::fromCode(code == 0x0020 ? 0x4008 : 0x0020);
+        data->copy();
+        EXPECT_THAT([&] { data->convertDataTo(target, ConversionMode::Cast); },
+                    ThrowsMessage<std::runtime_error>(text));
+        EXPECT_THAT([&] { data->reshapeToZVariant(nullptr, {1}, row); }, ThrowsMessage<std::runtime_error>(text));
+        EXPECT_THAT([&] { data->makeUnique(); }, ThrowsMessage<std::runtime_error>(text));
+        EXPECT_THAT([&] { client.detachCallback(); }, ThrowsMessage<std::runtime_error>(text));
+        data->destruct();
+    }
+    client.type = WellKnownType::int32;
+    client.count = 5;
+    data->copy();
+    EXPECT_THAT([&] { data->makeUnique(); }, ThrowsMessage<std::length_error>("dimensions do not match data length"));
+    // Conversion reads what there is.
+    const OwnedData<> converted(data->convertDataTo(WellKnownType::int16, ConversionMode::Cast));
+    EXPECT_EQ(element<short>(converted, 4), 5);
+    EXPECT_EQ(element<short>(converted, 5), 0);
+    client.shape.clear();
+    const OwnedData<> line(data->makeUnique());
+    EXPECT_EQ(line->dimensions(), ArrayDimensionsView({5}));
+
+    // What the client raises passes, also to the client itself, and changes nothing.
+    client.fails = true;
+    EXPECT_THAT([&] { (void)data->dimensions(); }, ThrowsMessage<std::domain_error>("no shape today"));
+    EXPECT_THAT([&] { client.detachCallback(); }, ThrowsMessage<std::domain_error>("no shape today"));
+    EXPECT_EQ(data->constStoredData(), client.elements.get());
+    EXPECT_THAT([&] { (void)ZVariantAbi::fromExternal(client).dimensions(); },
+                ThrowsMessage<std::runtime_error>("no shape today"));
+    EXPECT_EQ(client.destroyed, 1);
+}
+
+TEST(ExternalStorageDeathTest, EndsTheProcessBeforeItWritesTooMuch) {
+    Client<std::string> client;
+    const OwnedData<> data = show(client);
+    EXPECT_DEATH(data->reshapeToZVariant(data.get(), {5}, row), "");
+}
+
+template <class Value>
+struct Buffers : testing::Test {};
+using BothValues = testing::Types<ZVariant, ZVariantAbi>;
+TYPED_TEST_SUITE(Buffers, BothValues, );
+
+TYPED_TEST(Buffers, MayEndBeforeOrAfterTheirValues) {
+    double memory[] = {1, 2, 3, 4, 5, 6};
+    TypeParam kept;
+    {
+        ExternalBuffer<double, TypeParam> owner(std::vector<double>(memory, memory + 6), {2, 3}, column);
+        ExternalBuffer<double, TypeParam> window(memory, {3, 2});
+        for (auto* const buffer : {&owner, &window}) {
+            // Values come and go, and those that are left see what is written.
+            { const TypeParam shortLived = buffer->value(); }
+            kept = buffer->value();
+            TypeParam written = kept;
+            buffer->data()[1] = 20;
+            EXPECT_EQ(kept.template data<double>(), buffer->data());
+            EXPECT_EQ(kept.template elementAt<double>(1), 20);
+            written.template mutableElementAt<double>(1) = 30;
+            EXPECT_EQ(*(buffer->begin() + 1), 20);
+            // What is detached stays, and the buffer begins anew.
+            buffer->detach();
+            buffer->data()[1] = 40;
+            EXPECT_EQ(kept.template elementAt<double>(1), 20);
+            EXPECT_EQ(buffer->value().template elementAt<double>(1), 40);
+            kept = buffer->value();
+        }
+        EXPECT_THROW(kept.reshapeNoRealloc({6}), std::runtime_error);
+        kept.reshapeNoRealloc({3, 2});
+        EXPECT_EQ(owner.value().dataOrdering(), column);
+    }
+    std::fill(std::begin(memory), std::end(memory), -1);
+    EXPECT_EQ(testing::PrintToString(kept), "[1, 40, 3, 4, 5, 6]");
+    kept.reshapeNoRealloc({6});
+    EXPECT_EQ(kept.dimensions(), ArrayDimensionsView({6}));
+    EXPECT_EQ(kept.reordered(column).template elementAt<double>(5), 6);
+}
+
+TEST(Buffers, HaveAShape) {
+    EXPECT_EQ(ExternalBuffer(std::vector<int>(4)).value().dimensions(), ArrayDimensionsView({4}));
+    EXPECT_TRUE(ExternalBuffer(std::vector<int>()).value().dimensions().empty());
+    EXPECT_THAT([] { ExternalBuffer(std::vector<int>(4), {5}); },
+                ThrowsMessage<std::length_error>("dimensions do not match data length"));
+    bool flags[] = {true, false};
+    EXPECT_EQ(testing::PrintToString(ExternalBuffer(flags, {2, 1}).value()), "[true, false]");
+}
+
+}  // namespace
+}  // namespace Quorvane::Pyx::Internal
