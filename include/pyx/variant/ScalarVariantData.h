@@ -6,6 +6,7 @@
 #include <pyx/variant/IVariantDataRefCounted.h>
 
 #include <cstdint>
+#include <new>
 #include <stdexcept>
 #include <type_traits>
 #include <typeinfo>
@@ -57,6 +58,7 @@ public:
 
 protected:
     const T& value() const { return value_; }
+    T& value() { return value_; }
 
 private:
     ScalarVariantData(T&& value, std::true_type) : ScalarVariantData(std::as_const(value)) {}
@@ -73,11 +75,31 @@ public:
     IVariantData* duplicate() const override { return new ScalarVariantDataRefCounted(this->value()); }
 };
 
+// A scalar in a value's inline buffer, as the value knows it.
+class InlineScalarData : public IVariantDataNonRefCounted {
+public:
+    // Builds a copy in another buffer, which must have room for it, and returns it.
+    virtual IVariantData* copyTo(void* buffer) const = 0;
+
+    // The same, and ends this object.
+    virtual IVariantData* relocateTo(void* buffer) noexcept = 0;
+};
+
 // Lives in a value's inline buffer; its holder ends it by the destructor alone.
 template <class T>
-class ScalarVariantDataNonCounted final : public ScalarVariantData<T, IVariantDataNonRefCounted> {
+class ScalarVariantDataNonCounted final : public ScalarVariantData<T, InlineScalarData> {
 public:
-    using ScalarVariantData<T, IVariantDataNonRefCounted>::ScalarVariantData;
+    using ScalarVariantData<T, InlineScalarData>::ScalarVariantData;
+
+    IVariantData* copyTo(void* buffer) const override {
+        return new (buffer) ScalarVariantDataNonCounted(this->value());
+    }
+
+    IVariantData* relocateTo(void* buffer) noexcept override {
+        IVariantData* const moved = new (buffer) ScalarVariantDataNonCounted(std::move(this->value()));
+        this->~ScalarVariantDataNonCounted();
+        return moved;
+    }
 };
 
 #define PYXCORE_ELEMENT_TYPE(name, enumerator, code, family, type, portableName) \

@@ -14,6 +14,7 @@
 #include <cstdint>
 #include <new>
 #include <stdexcept>
+#include <type_traits>
 #include <typeinfo>
 #include <utility>
 #include <vector>
@@ -38,7 +39,7 @@ public:
 
     ZVariantDirectStorage(const ZVariantDirectStorage& other) {
         if (other.isInline()) {
-            variantData = copyConstructVariantScalar(inlineBuffer, sizeof(inlineBuffer), other);
+            variantData = other.inlineScalar().copyTo(inlineBuffer);
         } else {
             variantData = other.variantData;
             if (variantData != nullptr) {
@@ -183,15 +184,20 @@ private:
     // A constructor, since what it makes is never moved: a move of an inline scalar costs several times as much.
     template <class T>
     ZVariantDirectStorage(InlineScalar, T&& value) {
-        variantData = moveVariantScalar<T>(inlineBuffer, sizeof(inlineBuffer), std::move(value));
+        // Small values travel in a register, which moveVariantScalar would make them leave.
+        if constexpr (std::is_arithmetic_v<T>) {
+            variantData = constructVariantScalar<T>(inlineBuffer, sizeof(inlineBuffer), value);
+        } else {
+            variantData = moveVariantScalar<T>(inlineBuffer, sizeof(inlineBuffer), std::move(value));
+        }
     }
 
     bool isInline() const { return static_cast<const void*>(variantData) == inlineBuffer; }
+    InlineScalarData& inlineScalar() const { return static_cast<InlineScalarData&>(*variantData); }
 
     void takeFrom(ZVariantDirectStorage& other) noexcept {
         if (other.isInline()) {
-            variantData = moveConstructVariantScalar(inlineBuffer, sizeof(inlineBuffer), other);
-            other.end();
+            variantData = other.inlineScalar().relocateTo(inlineBuffer);
         } else {
             variantData = other.variantData;
         }
