@@ -21,6 +21,7 @@ void addContender(const std::string& task, const char* contender, Body body) {
 void addScalars();
 void addArrays();
 void addConversions();
+void addComparisons();
 void addReorders();
 void addSlices();
 void addCalls();

@@ -31,6 +31,7 @@ int main(int argc, char** argv) {
     addScalars();
     addArrays();
     addConversions();
+    addComparisons();
     addReorders();
     addSlices();
     addCalls();

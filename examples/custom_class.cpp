@@ -16,7 +16,7 @@ struct Sensor {
     ZVariant calibration;
 
     friend bool operator==(const Sensor& left, const Sensor& right) {
-        return left.name == right.name && left.gain == right.gain;
+        return left.name == right.name && left.gain == right.gain && left.calibration == right.calibration;
     }
 };
 

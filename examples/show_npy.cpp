@@ -17,10 +17,6 @@ using namespace Quorvane::Pyx;
 
 namespace {
 
-std::string nameOf(WellKnownType type) {
-    return Internal::normalizeTypeName(Internal::typeNameOfWellKnownType(type));
-}
-
 const char* nameOf(DataOrdering ordering) {
     return ordering == DataOrdering::RowMajor ? "row-major" : "column-major";
 }
@@ -29,7 +25,7 @@ const char* nameOf(DataOrdering ordering) {
 // conversion stands its type.
 constexpr int nameWidth = 9;
 constexpr int textColumn = 2 + nameWidth;
-constexpr int typeWidth = 21;
+constexpr int typeWidth = 14;
 constexpr int orderingWidth = 16;
 
 void writeTitle(const std::string& title) {
@@ -50,7 +46,7 @@ void describe(const ZVariantAbi& value) {
     for (const std::uint64_t length : value.dimensions()) {
         shape << (shape.tellp() == 0 ? "" : " x ") << length;
     }
-    writeLine("type") << nameOf(value.wellKnownDataType()) << '\n';
+    writeLine("type") << value.wellKnownDataType() << '\n';
     writeLine("shape") << (value.isScalarStorage() ? "a scalar" : shape.str()) << ", " << value.elementCount()
                        << (value.elementCount() == 1 ? " element\n" : " elements\n");
     writeLine("ordering") << nameOf(value.dataOrdering()) << "\n\n";
@@ -114,13 +110,13 @@ void convert(const ZVariantAbi& value) {
         }
         const ZVariantAbi exact = value.convertTo(target, ConversionMode::Exact);
         const ZVariantAbi cast = value.convertOrThrow(target);
-        writeLine(name) << std::left << std::setw(typeWidth) << nameOf(target) << std::right;
+        writeLine(name) << std::left << std::setw(typeWidth) << target << std::right;
         writeWrapped((exact.isNull() ? "Exact refuses, " : "Exact accepts, ") + describeCast(value, cast),
                      textColumn + typeWidth);
         name = "";
     }
     // No cast makes a span of time of a number, unless there is nothing to convert.
-    writeLine() << nameOf(WellKnownType::duration) << "  ";
+    writeLine() << std::left << std::setw(typeWidth) << WellKnownType::duration << std::right;
     try {
         const ZVariantAbi converted = value.convertOrThrow(WellKnownType::duration);
         std::cout << "accepted, " << converted.elementCount() << " elements\n";

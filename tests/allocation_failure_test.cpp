@@ -126,6 +126,13 @@ TEST(ExhaustedMemory, LosesNothing) {
         const ZVariant kept = buffer.value();
         buffer.detach();
     });
+    sweep("equivalence of two copies", [] {
+        const auto left = ZVariant::fromData({1, 2, 3, 4}, {2, 2});
+        const auto right = ZVariant::fromData({1U, 3U, 2U, 4U}, {2, 2}, DataOrdering::ColumnMajor);
+        if (!left.isEquivalentTo(right)) {
+            throw std::bad_alloc();
+        }
+    });
     sweep("message of a failed conversion", [&] {
         try {
             (void)array.convertOrThrow(WellKnownType::double_);

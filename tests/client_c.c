@@ -60,6 +60,15 @@ int main(void) {
     CHECK(((const double*)ZVariantData_C_API_constStoredData(&record, pairs))[5] == 5.5);
     ZVariantData_C_API_destruct(&record, pairs);
 
+    /* Compared: the same numbers in another type and ordering. */
+    PyxVariantData* other = ZVariantData_C_API_reorderData(
+        &record, ZVariantData_C_API_convertDataTo(&record, grid, PyxType_complexFloat, PyxConversion_exact),
+        PyxOrdering_columnMajor);
+    CHECK(ZVariantData_C_API_isEquivalentTo(&record, grid, other, PyxConversion_exact));
+    CHECK(!ZVariantData_C_API_isIdenticalTo(&record, grid, other));
+    CHECK(ZVariantData_C_API_isIdenticalTo(&record, grid, grid));
+    CHECK(!ZVariantData_C_API_isEquivalentTo(&record, grid, shared, PyxConversion_cast) && record.kind == NULL);
+
     /* Failures. */
     CHECK(ZVariantData_C_API_constructTransmuteRealToComplexVariant(&record, ZVariantData_C_API_constructNull()) ==
           NULL);
@@ -76,6 +85,7 @@ int main(void) {
     CHECK(record.kind == NULL && record.message[0] == '\0');
 
     ZVariantData_C_API_destruct(&record, grid);
+    ZVariantData_C_API_destruct(&record, other);
     ZVariantData_C_API_destruct(&record, whole);
     ZVariantData_C_API_destruct(&record, shared);
     ZVariantData_C_API_destruct(&record, NULL);

@@ -52,6 +52,8 @@ void valuesCrossTheBoundary() {
     CHECK(grid.elementAt<double>(4) == 4.5);
     CHECK(textOf(grid.convertTo(WellKnownType::int32)) == "[0, 1, 2, 3, 4, 5]");
     CHECK(textOf(grid.reordered(DataOrdering::ColumnMajor)) == "[0.5, 3.5, 1.5, 4.5, 2.5, 5.5]");
+    const ZVariantAbi columns = grid.convertTo(WellKnownType::float_).reordered(DataOrdering::ColumnMajor);
+    CHECK(grid.isEquivalentTo(columns) && !grid.isIdenticalTo(columns) && grid != columns && grid == ZVariantAbi(grid));
     CHECK(textOf(grid.reshaped({2, 2})) == "[0.5, 1.5, 2.5, 3.5]");
     CHECK(textOf(ZVariantAbi(std::complex<float>(1, -2))) == "(1,-2)");
     CHECK(textOf(ZVariantAbi(true)) == "true" && textOf(ZVariantAbi()) == "null");
@@ -80,6 +82,14 @@ void valuesCrossTheBoundary() {
     grid = moved;
     moved = static_cast<ZVariantAbi&>(moved);
     CHECK(grid.elementAt<double>(0) == 7 && moved.elementAt<double>(0) == 7);
+}
+
+void typesHaveNames() {
+    const WellKnownType type("COMPLEXint16");
+    std::ostringstream out;
+    out << type;
+    CHECK(type == WellKnownType::complexInt16 && type.toString() == "complexInt16" && out.str() == "complexInt16");
+    CHECK(WellKnownType::getCommonWellKnownType(type, WellKnownType::int64).toString() == "complexInt64");
 }
 
 void failuresComeBackAsTheSameExceptions() {
@@ -143,6 +153,7 @@ void textsCrossWithinOneStandardLibrary() {
 
 int main() {
     valuesCrossTheBoundary();
+    typesHaveNames();
     failuresComeBackAsTheSameExceptions();
     textsCrossWithinOneStandardLibrary();
     return failures != 0;

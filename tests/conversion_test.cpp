@@ -22,14 +22,8 @@ namespace {
 using namespace Internal;
 using testing::PrintToString;
 
-struct NamedType {
-    const char* name;
-    WellKnownType type;
-    friend std::ostream& operator<<(std::ostream& out, const NamedType& named) { return out << named.name; }
-};
-
-const NamedType elementTypes[] = {
-#define PYXCORE_ELEMENT_TYPE(name, enumerator, code, family, type, portableName) {#name, WellKnownType::enumerator},
+const WellKnownType elementTypes[] = {
+#define PYXCORE_ELEMENT_TYPE(name, enumerator, code, family, type, portableName) WellKnownType::enumerator,
 #include <pyx/types/element_types.def>
 };
 
@@ -205,20 +199,20 @@ std::vector<Sample> samplesOf(WellKnownType type) {
 // Which sample stands at each place of a data object.
 using Pattern = std::vector<std::size_t>;
 
-class Conversion : public testing::TestWithParam<NamedType> {
+class Conversion : public testing::TestWithParam<WellKnownType> {
 protected:
     struct Cell {
-        NamedType to;
+        WellKnownType to;
         ConversionMode mode;
         std::vector<Converted> converted;  // each sample
     };
 
     Conversion() {
-        for (const NamedType& to : elementTypes) {
+        for (const WellKnownType to : elementTypes) {
             for (const ConversionMode mode : modes) {
                 cells.push_back({to, mode, {}});
                 for (const Sample& sample : samples) {
-                    cells.back().converted.push_back(converted(from, to.type, sample, mode));
+                    cells.back().converted.push_back(converted(from, to, sample, mode));
                 }
             }
         }
@@ -271,16 +265,16 @@ protected:
     void expectConversions(IVariantData& source, const Pattern& pattern) const {
         for (const Cell& cell : cells) {
             const auto convertedAt = [&](std::size_t sample) -> const Converted& { return cell.converted[sample]; };
-            const bool accepted = pattern.empty() ? convertsEmptyArray(from, cell.to.type, cell.mode)
+            const bool accepted = pattern.empty() ? convertsEmptyArray(from, cell.to, cell.mode)
                                                   : std::all_of(pattern.begin(), pattern.end(), convertedAt);
-            const OwnedData<> result(source.convertDataTo(cell.to.type, cell.mode));
+            const OwnedData<> result(source.convertDataTo(cell.to, cell.mode));
             const auto where = [&] {
                 return testing::Message() << "to " << cell.to << " in mode " << static_cast<int>(cell.mode)
                                           << ", samples " << PrintToString(pattern);
             };
             ASSERT_EQ(result != nullptr, accepted) << where();
             if (accepted) {
-                ASSERT_TRUE(isNewResult(result.get(), cell.to.type, source.isScalarStorage())) << where();
+                ASSERT_TRUE(isNewResult(result.get(), cell.to, source.isScalarStorage())) << where();
                 ASSERT_TRUE(result->dimensions() == source.dimensions()) << where();
                 ASSERT_EQ(result->dataOrdering(), source.dataOrdering()) << where();
                 ASSERT_EQ(result->numberAllocatedElements(), pattern.size()) << where();
@@ -291,7 +285,7 @@ protected:
         ASSERT_EQ(firstDifference(source, pattern, sampleAt), pattern.size()) << "The source was written.";
     }
 
-    const WellKnownType from = GetParam().type;
+    const WellKnownType from = GetParam();
     const std::vector<Sample> samples = samplesOf(from);
     std::vector<Cell> cells;
 };

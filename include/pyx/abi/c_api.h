@@ -187,6 +187,21 @@ PYXCORE_API PyxVariantData* ZVariantData_C_API_constructTransmuteRealToComplexVa
 PYXCORE_API PyxVariantData* ZVariantData_C_API_constructTransmuteComplexToRealVariant(
     AbiErrorRecord* record, PyxVariantData* data) PYXCORE_NOEXCEPT;
 
+/* Whether the two are the same value in type, shape, ordering and elements; a scalar equals a row-major array {1} of
+ * its element. Floating elements by ==, so that a value with NaN is not even identical to itself and -0.0 equals 0.0;
+ * all other numbers and booleans by their bytes. Two null values are identical. Both references stay. "runtime_error":
+ * "unknown type", "not a numeric type"; what the comparison of custom elements raises. */
+PYXCORE_API bool ZVariantData_C_API_isIdenticalTo(AbiErrorRecord* record, const PyxVariantData* data,
+                                                  const PyxVariantData* other) PYXCORE_NOEXCEPT;
+
+/* Whether the two have the same shape and hold the same elements at the same indices, whatever their ordering. Numbers
+ * of two types are compared in a type that both convert to: 64-bit integers beside float in float. Other types equal
+ * only their own, and all values without elements are equivalent. The mode of the conversions may be any of the three.
+ * Both references stay. A failure on the way gives false and a clean record, exhausted memory too; only what an object
+ * raises when it is asked for its type or shape is recorded. */
+PYXCORE_API bool ZVariantData_C_API_isEquivalentTo(AbiErrorRecord* record, const PyxVariantData* data,
+                                                   const PyxVariantData* other, uint32_t mode) PYXCORE_NOEXCEPT;
+
 #ifdef __cplusplus
 } /* extern "C" */
 static_assert(sizeof(AbiErrorRecord) == 208);

@@ -174,6 +174,18 @@ public:
     ZVariantDataSharable asComplex() && { return viewed(ZVariantData_C_API_constructTransmuteRealToComplexVariant); }
     ZVariantDataSharable asReal() && { return viewed(ZVariantData_C_API_constructTransmuteComplexToRealVariant); }
 
+    // The other data may be held by any policy.
+    bool isIdenticalTo(const IVariantData* other) const {
+        return callFlat(
+            [&](AbiErrorRecord* record) { return ZVariantData_C_API_isIdenticalTo(record, variantData, other); });
+    }
+
+    bool isEquivalentTo(const IVariantData* other, ConversionMode mode) const {
+        return callFlat([&](AbiErrorRecord* record) {
+            return ZVariantData_C_API_isEquivalentTo(record, variantData, other, static_cast<std::uint32_t>(mode));
+        });
+    }
+
     IVariantData* variantData;
 
 private:

@@ -8,6 +8,7 @@
 #include <pyx/variant/ScalarVariantData.h>
 #include <pyx/variant/StdVectorVariantData.h>
 #include <pyx/variant/VectorVariantData.h>
+#include <pyx/variant/comparison.h>
 #include <pyx/variant/factories.h>
 
 #include <cstddef>
@@ -172,6 +173,13 @@ public:
     // Takes the data over into a view of them, also when that fails.
     ZVariantDirectStorage asComplex() && { return viewed(constructTransmuteRealToComplexVariant); }
     ZVariantDirectStorage asReal() && { return viewed(constructTransmuteComplexToRealVariant); }
+
+    // The other data may be held by any policy.
+    bool isIdenticalTo(const IVariantData* other) const { return Internal::isIdenticalTo(*variantData, *other); }
+
+    bool isEquivalentTo(const IVariantData* other, ConversionMode mode) const {
+        return Internal::isEquivalentTo(*variantData, *other, mode);
+    }
 
     IVariantData* variantData;
     alignas(void*) std::byte inlineBuffer[40];

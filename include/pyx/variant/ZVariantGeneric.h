@@ -333,7 +333,29 @@ public:
         mutableElementAt<Internal::StoredElement<T>>(Slices::positionOf(*this, indices)) = std::move(value);
     }
 
+    // Whether the two are the same value in type, shape, ordering and elements; a scalar is identical to a
+    // row-major array {1}. Floating elements compare by ==, so that a value with NaN is not even identical to
+    // itself and -0.0 equals 0.0, all other numbers and bools by their bytes, and a class of the client's by its
+    // ==, whose exceptions pass. Two null values are identical.
+    template <class OtherStorage>
+    [[nodiscard]] bool isIdenticalTo(const ZVariantGeneric<OtherStorage>& other) const {
+        return storage_.isIdenticalTo(other.storage_.variantData);
+    }
+
+    // Whether the two have the same shape and equal elements at the same indices, whatever the ordering. Numbers of
+    // two types are compared in WellKnownType::getCommonWellKnownType; a type that is not numeric equals only
+    // itself. All values without elements are equivalent, null ones too. What fails on the way makes the answer
+    // false, exhausted memory too.
+    template <class OtherStorage>
+    [[nodiscard]] bool isEquivalentTo(const ZVariantGeneric<OtherStorage>& other) const {
+        // No mode refuses a conversion to the common type, and this one checks nothing.
+        return storage_.isEquivalentTo(other.storage_.variantData, ConversionMode::Cast);
+    }
+
 private:
+    template <class OtherStorage>
+    friend class ZVariantGeneric;
+
     explicit ZVariantGeneric(Storage&& storage) noexcept : storage_(std::move(storage)) {}
 
     template <class T>
@@ -411,5 +433,15 @@ private:
 
     Storage storage_;
 };
+
+// Identity: isIdenticalTo. Neither side is converted to a value: `value == 5` would ask for the very type int.
+template <class Left, class Right>
+[[nodiscard]] bool operator==(const ZVariantGeneric<Left>& left, const ZVariantGeneric<Right>& right) {
+    return left.isIdenticalTo(right);
+}
+template <class Left, class Right>
+[[nodiscard]] bool operator!=(const ZVariantGeneric<Left>& left, const ZVariantGeneric<Right>& right) {
+    return !(left == right);
+}
 
 }  // namespace Quorvane::Pyx
