@@ -35,6 +35,19 @@ def every_second_by_index(*lengths):
     return prepare
 
 
+def equality(left, right):
+    """The comparison of 10^6 equal elements of two types."""
+
+    def prepare(np):
+        numbers = np.arange(10**6) % 100
+        first, second = numbers.astype(left), numbers.astype(right)
+        return lambda: np.array_equal(first, second)
+
+    return prepare
+
+
+ELEMENT_TYPES = {"int32": "i4", "double": "f8", "complexDouble": "c16"}
+
 # Task, contender, and what takes numpy and gives a function that does the work once and makes its result anew.
 CONTENDERS = [
     ("slice 512x512 step 2 of 1024x1024", "NumPy", strided(1024, 1024)),
@@ -43,6 +56,12 @@ CONTENDERS = [
     ("slice 64x64x64 step 2 of 128x128x128", "NumPy ix_", every_second_by_index(128, 128, 128)),
     ("slice 512x512 block of 1024x1024", "NumPy", strided(1024, 1024, start=256, stop=768, step=1)),
     *[(f"slice 10^{n} of 2*10^{n}", "NumPy", strided(2 * 10**n)) for n in range(3, 8)],
+    *[
+        (f"{question} {name}, 10^6", "NumPy array_equal", equality(dtype, dtype))
+        for question in ("identical", "equivalent")
+        for name, dtype in ELEMENT_TYPES.items()
+    ],
+    ("equivalent double and int32, 10^6", "NumPy array_equal", equality("f8", "i4")),
 ]
 
 
