@@ -123,18 +123,7 @@ void failuresComeBackAsTheSameExceptions() {
 }
 
 #if PYXCORE_SAME_STANDARD_LIBRARY
-void memoryIsShownWithinOneStandardLibrary() {
-    ExternalBuffer<double, ZVariantAbi> buffer(std::vector<double>{1, 2, 3});
-    const ZVariantAbi value = buffer.value();
-    buffer.data()[1] = 5;
-    CHECK(textOf(value) == "[1, 5, 3]");
-    buffer.detach();
-    buffer.data()[1] = 7;
-    CHECK(textOf(value) == "[1, 5, 3]");
-}
-
 void textsCrossWithinOneStandardLibrary() {
-    memoryIsShownWithinOneStandardLibrary();
     const ZVariantAbi names = ZVariantAbi::fromData({"lattice", "a text that needs a buffer of its own"});
     CHECK(textOf(names) == "['lattice', 'a text that needs a buffer of its own']");
     CHECK(names.elementAt<std::string>(0) == "lattice");

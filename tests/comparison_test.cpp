@@ -24,7 +24,7 @@ constexpr DataOrdering columnMajor = DataOrdering::ColumnMajor;
 
 const std::string same = "same", equivalent = "equivalent", different = "different";
 
-// Asks both ways round, which must not matter.
+// Asks both ways round, which matters for none of the values here.
 template <class Left, class Right>
 std::string compare(const Left& left, const Right& right) {
     EXPECT_EQ(left == right, right == left);
@@ -195,6 +195,7 @@ struct Fake final : Internal::IVariantDataNonRefCounted {
     Internal::CustomTypeOperations* operations = nullptr;
     std::function<void()> whenAskedForType = [] {};
     std::function<IVariantData*()> makeCopy = [] { return nullptr; };
+    ConversionMode mode = ConversionMode::Exact;
     int elements[2] = {1, 1};
     mutable std::vector<std::uint64_t> handedOut;
 
@@ -217,7 +218,10 @@ struct Fake final : Internal::IVariantDataNonRefCounted {
     IVariantData* reshapeToZVariant(const IVariantData*, ArrayDimensionsView, DataOrdering) override { return nullptr; }
     const void* constStoredData() const override { return elements; }
     void* mutableStoredData() override { return elements; }
-    IVariantData* convertDataTo(WellKnownType, ConversionMode) override { return makeCopy(); }
+    IVariantData* convertDataTo(WellKnownType, ConversionMode asked) override {
+        mode = asked;
+        return makeCopy();
+    }
 };
 
 TEST(Comparison, FailuresOnTheWayAreFalseInEquivalenceOnly) {
@@ -238,14 +242,19 @@ TEST(Comparison, FailuresOnTheWayAreFalseInEquivalenceOnly) {
     };
     EXPECT_TRUE(isEquivalentTo(fake, other, ConversionMode::Cast));
     EXPECT_TRUE(isEquivalentTo(other, fake, static_cast<ConversionMode>(3)));
+    EXPECT_EQ(fake.mode, static_cast<ConversionMode>(3));
+    AbiErrorRecord record;
+    EXPECT_TRUE(ZVariantData_C_API_isEquivalentTo(&record, &other, &fake, 2));
+    EXPECT_EQ(fake.mode, ConversionMode::CastOrText);
     EXPECT_TRUE(dynamic_cast<const Internal::IVariantDataRefCounted&>(other).isUnique());
     fake.makeCopy = []() -> Internal::IVariantData* { throw std::bad_alloc(); };
     EXPECT_FALSE(isEquivalentTo(fake, other, ConversionMode::Cast));
     fake.makeCopy = []() -> Internal::IVariantData* { throw 1; };
     EXPECT_THROW(isEquivalentTo(fake, other, ConversionMode::Cast), int);
 
-    // The same for a reordering, which an array with one long dimension does not need.
+    // The same for a reordering, which only the right one goes through, and not for one long dimension.
     Fake matrix, columns;
+    matrix.makeCopy = [] { return Internal::constructVariantScalar<int>(nullptr, 0, 1); };
     matrix.shape = columns.shape = {1, 2};
     columns.ordering = columnMajor;
     EXPECT_TRUE(isEquivalentTo(matrix, columns, ConversionMode::Cast));
@@ -258,7 +267,6 @@ TEST(Comparison, FailuresOnTheWayAreFalseInEquivalenceOnly) {
     fake.type = WellKnownType::fromCode(0x4008);
     EXPECT_FALSE(isEquivalentTo(fake, fake, ConversionMode::Cast));
     EXPECT_THAT([&] { isIdenticalTo(fake, fake); }, ThrowsMessage<std::runtime_error>("not a numeric type"));
-    AbiErrorRecord record;
     EXPECT_FALSE(ZVariantData_C_API_isEquivalentTo(&record, &fake, &fake, 1));
     EXPECT_EQ(record.kind, nullptr);
     EXPECT_FALSE(ZVariantData_C_API_isIdenticalTo(&record, &fake, &fake));
@@ -268,6 +276,51 @@ TEST(Comparison, FailuresOnTheWayAreFalseInEquivalenceOnly) {
     fake.whenAskedForType = [] { throw std::runtime_error("no type"); };
     EXPECT_THAT([&] { isEquivalentTo(fake, other, ConversionMode::Cast); },
                 ThrowsMessage<std::runtime_error>("no type"));
+}
+
+// Views convert to views, in the shape of their data.
+TEST(Comparison, ViewsCompareByWhatTheyShow) {
+    const float numbers[] = {1, 2, 3, 4, 5, 6, 7, 8, 9};
+    ZVariant view = ZVariant::fromData(numbers, 9).asComplex();
+    view.reshapeNoRealloc({2, 2});
+    const std::complex<float> pairs[] = {{1, 2}, {3, 4}, {5, 6}, {7, 8}};
+    const ZVariant plain = ZVariant::fromData(pairs, 4, {2, 2});
+    const ZVariant transposed = ZVariant::fromData(pairs, 4, {2, 2}, columnMajor);
+    EXPECT_EQ(compare(view, plain), same);
+    EXPECT_EQ(compare(view, transposed), different);
+    EXPECT_EQ(compare(view, plain.reordered(columnMajor)), equivalent);
+    for (const WellKnownType type : {WellKnownType::complexDouble, WellKnownType::complexInt32}) {
+        EXPECT_EQ(compare(view, plain.convertTo(type)), equivalent);
+        EXPECT_EQ(compare(view, transposed.convertTo(type)), different);
+        EXPECT_EQ(compare(view, plain.convertTo(type).reordered(columnMajor)), equivalent);
+    }
+    const ZVariant reals = plain.asReal();
+    EXPECT_EQ(compare(reals, ZVariant::fromData(numbers, 8, {2, 4})), same);
+    EXPECT_EQ(compare(reals, ZVariant::fromData(numbers, 8, {2, 4}).convertTo(WellKnownType::complexDouble)),
+              equivalent);
+
+    // A view that promises twice as many texts as there are.
+    const std::string texts[] = {"a", "b"};
+    AbiErrorRecord record;
+    Internal::IVariantData* const doubled = ZVariantData_C_API_constructTransmuteComplexToRealVariant(
+        &record,
+        Internal::constructVariantVectorWithDataWithDimsUnresolved<std::string>(texts, 2, {2}, DataOrdering::RowMajor));
+    EXPECT_TRUE(Internal::isIdenticalTo(*doubled, *doubled));
+    doubled->destruct();
+}
+
+TEST(Comparison, StoragesOfClientsCompareByTheirElements) {
+    ExternalBuffer<int> buffer({1, 2, 3, 4}, {2, 2});
+    const ZVariant live = buffer.value();
+    const ZVariant plain = ZVariant::fromData({1, 2, 3, 4}, {2, 2});
+    EXPECT_EQ(compare(live, plain), same);
+    EXPECT_EQ(compare(live, live), same);
+    EXPECT_EQ(compare(live, plain.convertTo(WellKnownType::double_).reordered(columnMajor)), equivalent);
+    // Deliberately: the right one is reordered, and an attached storage cannot be.
+    EXPECT_TRUE(live.isEquivalentTo(plain.reordered(columnMajor)));
+    EXPECT_FALSE(plain.reordered(columnMajor).isEquivalentTo(live));
+    buffer.detach();
+    EXPECT_EQ(compare(live, plain.reordered(columnMajor)), equivalent);
 }
 
 struct Picky {

@@ -17,7 +17,7 @@ namespace Quorvane::Pyx::Internal {
 
 namespace {
 
-// What an operation has to know about an object, asked once: a client's storage may answer anew each time.
+// An object whose type and ordering are asked once: a client's storage may answer anew each time.
 struct Operand {
     const IVariantData& data;
     WellKnownType type;
@@ -30,7 +30,9 @@ struct ElementRun {
 };
 
 ElementRun storedElements(const IVariantData& data) {
-    return {data.constStoredData(), data.numberAllocatedElements()};
+    const auto* const counted = dynamic_cast<const IVariantDataRefCounted*>(&data);
+    return {data.constStoredData(),
+            counted != nullptr ? counted->numberReadableElements() : data.numberAllocatedElements()};
 }
 
 // Raises as dispatchElementType does.
@@ -87,10 +89,17 @@ IVariantData& countable(const IVariantData& data) {
     return const_cast<IVariantData&>(data);
 }
 
-// Null when the conversion is refused, and when it ends in another type: a view of complex numbers as real ones gives a
-// view of real ones whatever the target.
+// Null when the conversion is refused, or ends in another type.
 OwnedData<> convertedCopy(const IVariantData& data, WellKnownType target, ConversionMode mode) {
     OwnedData<> copy(countable(data).convertDataTo(target, mode));
+    const auto isAsAsked = [&] {
+        return copy->wellKnownDataType() == target && copy->dimensions() == data.dimensions();
+    };
+    const auto* const counted = dynamic_cast<const IVariantDataRefCounted*>(&data);
+    if (copy != nullptr && counted != nullptr && !isAsAsked()) {
+        // A view converts to a view, of its own kind of numbers and in the shape of its data. Its copy is no view.
+        copy.reset(OwnedData<>(counted->duplicate())->convertDataTo(target, mode));
+    }
     if (copy != nullptr && copy->wellKnownDataType() != target) {
         copy = nullptr;
     }
@@ -122,8 +131,8 @@ bool compareConverted(const Operand& kept, const IVariantData& other, std::uint6
     return copy != nullptr && compareElementRuns(kept.type, storedElements(kept.data), storedElements(*copy), count);
 }
 
-// Whether the object is one of the library's arrays with as many elements, whose conversion is that of its elements.
-bool isPlainArray(const Operand& operand, std::uint64_t count) {
+// Whether the object is one of the library's arrays, whose conversion is that of its elements, and has all `count`.
+bool isCompleteArray(const Operand& operand, std::uint64_t count) {
     return operand.data.numberAllocatedElements() >= count && dispatchElementType(operand.type, [&](auto tag) {
                return dynamic_cast<const ArrayVariantData<typename decltype(tag)::type>*>(&operand.data) != nullptr;
            });
@@ -159,7 +168,7 @@ private:
     T converted_[maximumLength];
 };
 
-// compareConverted for plain arrays in one order, without a copy of them.
+// compareConverted for complete arrays in one order, without a copy of them.
 bool compareInBlocks(const Operand& left, const Operand& right, WellKnownType common, std::uint64_t count,
                      ConversionMode mode) {
     return dispatchElementType(common, [&](auto tag) {
@@ -191,7 +200,7 @@ bool compareInCommonType(const Operand& left, const Operand& right, std::uint64_
         return false;
     }
     const bool sameOrder = !multiDimensional || left.ordering == right.ordering;
-    if (sameOrder && isPlainArray(left, count) && isPlainArray(right, count)) {
+    if (sameOrder && isCompleteArray(left, count) && isCompleteArray(right, count)) {
         return compareInBlocks(left, right, common, count, mode);
     }
     if (common == left.type) {

@@ -5,6 +5,7 @@
 #include <pyx/variant/array_operations.h>
 #include <pyx/variant/factories.h>
 
+#include <cstdio>
 #include <cstdlib>
 #include <stdexcept>
 
@@ -28,6 +29,7 @@ ExternalVariantStorageAdaptor::~ExternalVariantStorageAdaptor() {
 
 // May be called again, and then replaces the snapshot by a copy of itself.
 void ExternalVariantStorageAdaptor::detach() {
+    // A conversion to the own type is a copy, and never refused.
     snapshot_.reset(convertDataTo(wellKnownDataType(), ConversionMode::Cast));
     client_ = nullptr;
 }
@@ -81,6 +83,8 @@ IVariantData* ExternalVariantStorageAdaptor::reshapeToZVariant(const IVariantDat
     return dispatchElementType(wellKnownDataType(), [&](auto tag) {
         // Deliberately fatal, here alone: other arrays leave out what does not fit.
         if (source != nullptr && source->numberAllocatedElements() > wanted.elementCount()) {
+            std::fputs("PyxCore: the source has more elements than the shape that a client's storage is to have.\n",
+                       stderr);
             std::abort();
         }
         return rebuildArray<typename decltype(tag)::type>(source, wanted, ordering);

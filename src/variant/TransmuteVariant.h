@@ -7,6 +7,7 @@
 #include <pyx/variant/IVariantDataRefCounted.h>
 #include <pyx/variant/OwnedData.h>
 
+#include <algorithm>
 #include <cstdint>
 #include <new>
 #include <stdexcept>
@@ -71,6 +72,11 @@ public:
         });
     }
 
+    std::uint64_t numberReadableElements() const final {
+        return reinterpretsNothing() ? std::min(data_->numberAllocatedElements(), numberAllocatedElements())
+                                     : numberAllocatedElements();
+    }
+
     // Always false, so that a writer gets a plain array of its own and never writes to the data.
     bool isUnique() const final { return false; }
 
@@ -85,19 +91,20 @@ protected:
 
 private:
     static std::vector<std::uint64_t> dimensionsOver(const IVariantData& data) {
-        std::vector<std::uint64_t> dimensions;
         try {
-            dimensions = data.dimensions().toVector();
+            std::vector<std::uint64_t> dimensions = data.dimensions().toVector();
+            if (dimensions.empty()) {
+                throw std::invalid_argument("Cannot create a view of data without dimensions.");
+            }
+            std::uint64_t& fastest =
+                data.dataOrdering() == DataOrdering::RowMajor ? dimensions.back() : dimensions.front();
+            fastest = View::countOf(fastest);
+            return dimensions;
         } catch (const std::bad_alloc&) {
-            // Tells apart where the reference is: with the caller still when there is no memory for the view itself.
+            // Tells where the reference is: std::bad_alloc itself leaves it with the caller, when there is no memory
+            // for the view. So a client's own std::bad_alloc is renamed as well.
             throw std::bad_array_new_length();
         }
-        if (dimensions.empty()) {
-            throw std::invalid_argument("Cannot create a view of data without dimensions.");
-        }
-        std::uint64_t& fastest = data.dataOrdering() == DataOrdering::RowMajor ? dimensions.back() : dimensions.front();
-        fastest = View::countOf(fastest);
-        return dimensions;
     }
 
     // Whether the data are of the view's own kind of numbers already, or none. Nothing refuses such a view, but the

@@ -169,15 +169,18 @@ PYXCORE_API PyxVariantData* ZVariantData_C_API_reshapeToZVariant(AbiErrorRecord*
 /* A new array that shows the elements in the client's storage, a C++ object of the library's standard library, without
  * copying them. The storage is borrowed: it tells the array, by its detachCallback, before its elements go, and is told
  * when the array goes first. A new reference. Failures of the storage's own operations are recorded by the functions
- * that call them; reorderData fails with "runtime_error": "Not implemented!" until the array is detached. */
+ * that call them. Until the array is detached, two threads must not use it at once, pointers that constStoredData and
+ * dimensions gave end when the storage changes its memory or shape, reorderData fails with "runtime_error": "Not
+ * implemented!", and a refused conversion loses the memory of its result. reshapeToZVariant with it as `data` ends the
+ * process when the shape has no room for all elements of the source. */
 PYXCORE_API PyxVariantData* ZVariantData_C_API_createWithExternalStorage(AbiErrorRecord* record,
                                                                          PyxExternalStorage* storage) PYXCORE_NOEXCEPT;
 
 /* A new array that shows the storage of the real array `data` as complex numbers, neighbours along the fastest
  * dimension being real and imaginary part: the length of that dimension is halved, rounded down. Writing makes a copy,
  * conversion gives complex numbers again, and reshapeToZVariant fails with "runtime_error". Another element type is not
- * refused here but gives an array that means nothing. A new reference, in place of that on `data`, which is taken over
- * also when the call fails; only "bad_alloc" with the message "std::bad_alloc" leaves it with the caller.
+ * refused here but gives an array whose elements must not be read. A new reference, in place of that on `data`, which
+ * is taken over also when the call fails; only "bad_alloc" with the message "std::bad_alloc" leaves it with the caller.
  * "invalid_argument": "Cannot create a view of data without dimensions.". */
 PYXCORE_API PyxVariantData* ZVariantData_C_API_constructTransmuteRealToComplexVariant(
     AbiErrorRecord* record, PyxVariantData* data) PYXCORE_NOEXCEPT;

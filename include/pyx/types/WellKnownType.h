@@ -90,8 +90,8 @@ public:
     constexpr WellKnownType() noexcept = default;
     // Implicit: the enumeration and this class say the same.
     constexpr WellKnownType(Internal::WellKnownTypeValue value) noexcept : value_(value) {}
-    // The type of that name, as toString gives it, in upper or lower case; "string8" is another name of string. unknown
-    // for any other text, blanks around a name included.
+    // The type of that name, as toString gives it, whatever the case of A to Z; "string8" is another name of string.
+    // unknown for any other text, blanks around a name included.
     explicit WellKnownType(std::string_view name) : value_(parseValueString(name)) {}
     WellKnownType(std::nullptr_t) = delete;
 

@@ -8,6 +8,7 @@
 #include <pyx/variant/ZVariant.h>
 
 #include <cstdint>
+#include <type_traits>
 #include <utility>
 #include <vector>
 
@@ -22,8 +23,9 @@ namespace Quorvane::Pyx {
 // be detached or end while another thread reads, copies or ends one.
 template <class T, class Value = ZVariant>
 class ExternalBuffer final : private ExternalVariantStorageInterface {
+    static_assert(!std::is_const_v<T>, "A buffer shows memory that its owner can write: cast the const away, or copy.");
     static_assert(
-        Internal::isWellKnownElement<T>,
+        Internal::isWellKnownElement<std::remove_const_t<T>>,
         "A buffer shows elements of PyxCore's element types as they are: take `long long` for a 64-bit `long`, "
         "and `signed char` or `unsigned char` for `char`.");
 
@@ -66,12 +68,15 @@ public:
             // Only one object at a time can be served, and a detach that failed has left one.
             detach();
             value_ = Value::fromExternal(*this);
+            // Fills the cache of the shape, which later readers on several threads then leave alone.
+            (void)value_.dimensions();
         }
         return value_;
     }
 
     // Gives the values that are held a copy of the elements, after which they see no changes any more and the memory
-    // may go. When it raises std::bad_alloc they still look here.
+    // may go; pointers, references and ranges that lead into it end. When it raises std::bad_alloc the values still
+    // look here, and a value that is the only one writes here too.
     void detach() {
         // Where nobody else holds the value, this ends it, and there is nobody to copy for.
         value_ = Value();

@@ -20,7 +20,8 @@ static_assert(Internal::sharesStandardLibrary,
 // unannounced: the client calls detachCallback before its elements go, and the values keep a copy; the adaptor calls
 // adaptorDestroyed when the last value goes first. The adaptor keeps no answer and asks afresh every time, on whichever
 // thread a value is used. What an operation raises reaches the user of the value, but adaptorDestroyed ends the process
-// if it raises. The order of the operations is fixed.
+// if it raises. Two threads must not ask values over one storage for their shape at once, since the answer is kept in
+// one place, unless the shape was asked for before and has not changed since. The order of the operations is fixed.
 class ExternalVariantStorageInterface {
 public:
     ExternalVariantStorageInterface() = default;
@@ -55,7 +56,8 @@ public:
     // The adaptor has gone without being detached: detachCallback must not be called any more.
     virtual void adaptorDestroyed() = 0;
 
-    // Written by the library when it makes an adaptor, which is served from then on in place of any former one. A call
+    // Written by the library when it makes an adaptor. One storage should make one: a former one keeps asking the
+    // storage, cannot be detached any more, and still calls adaptorDestroyed when it goes. A call
     // gives the adaptor a copy of the elements, after which it asks nothing more, nor does it tell when it goes: call
     // again only where it is known to live. A call that raises has changed nothing. Not to be called while another
     // thread uses a value over this storage.

@@ -48,7 +48,8 @@ public:
 
     virtual DataOrdering dataOrdering() const = 0;
 
-    // The element type; 0 for a null. Never changes during the life of an object.
+    // The element type; 0 for a null. Never changes during the life of an object, as far as a client's storage keeps to
+    // that.
     virtual WellKnownType wellKnownDataType() const = 0;
 
     // Tells apart the classes behind the code customType. May be null, as it is for a null value.
@@ -57,7 +58,8 @@ public:
     // Null but for custom elements, where it is the base of a CustomElements. Borrowed, static.
     virtual CustomTypeOperations* customTypeOperations() const = 0;
 
-    // The same values stored in the given ordering: `this` with one more reference where nothing is to be done.
+    // The same values stored in the given ordering: `this` with one more reference where nothing is to be done. Raises
+    // std::runtime_error "Not implemented!" for a client's storage.
     virtual IVariantData* reorderData(DataOrdering wanted) = 0;
 
     // Changes the shape in place, without moving an element or touching the ordering; views from dimensions are dead
@@ -69,7 +71,8 @@ public:
     // A new array of this object's element type (of which nothing else is used), filled with the first elements of
     // `source` in its storage order; elements without a source are default. The source is borrowed, may be null or
     // this object, and must hold elements of the same type, or std::invalid_argument is raised. A null value gives a
-    // null pointer.
+    // null pointer. A view raises std::runtime_error, and a client's storage deliberately ends the process when the
+    // source has more elements than the shape.
     virtual IVariantData* reshapeToZVariant(const IVariantData* source, ArrayDimensionsView wanted,
                                             DataOrdering ordering) = 0;
 
@@ -81,7 +84,8 @@ public:
 
     // A new object of the target element type with the same shape and ordering, or a null pointer when the conversion
     // is refused. Raises std::runtime_error "unknown type" or "not a numeric type" for a target that is no element
-    // type. A null value gives itself for the target 0, and otherwise an empty array without dimensions.
+    // type. A null value gives itself for the target 0, and otherwise an empty array without dimensions. A view gives a
+    // view of its own kind of numbers.
     virtual IVariantData* convertDataTo(WellKnownType target, ConversionMode mode) = 0;
 };
 

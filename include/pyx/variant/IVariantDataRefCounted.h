@@ -43,6 +43,10 @@ public:
     // former holders did.
     virtual bool isUnique() const { return hasOneReference(); }
 
+    // How many of the allocated elements can be read: all of them, but of a view that makes more of its data than there
+    // are.
+    virtual std::uint64_t numberReadableElements() const { return numberAllocatedElements(); }
+
     // Why shared data are not reshaped in place.
     [[noreturn]] static void throwShared() {
         throw std::runtime_error("Reference count is greater than 1 - cannot reshape without reallocating.");

@@ -114,9 +114,11 @@ public:
 
     // An array that shows the elements in the client's storage, which is borrowed, without copying them: changes are
     // seen at once. When the storage announces its end, the value and its copies keep the elements as they are then;
-    // ExternalBuffer sees to all of that. Until then the value cannot be reordered (std::runtime_error "Not
-    // implemented!"), what the storage's own operations raise passes through, and the only holder writes to the
-    // storage.
+    // ExternalBuffer sees to all of that. Pointers, references and ranges into the elements end then, and views of the
+    // shape when the storage has another one. Until then the value cannot be reordered (std::runtime_error "Not
+    // implemented!", which makes isEquivalentTo false where that would be needed), what the storage's own operations
+    // raise passes through, the only holder writes to the storage, two threads must not ask copies for their shape at
+    // once, and every refused conversion loses the memory of its result.
     [[nodiscard]] static ZVariantGeneric fromExternal(ExternalVariantStorageInterface& storage) {
         return ZVariantGeneric(Storage::fromExternal(storage));
     }
@@ -244,16 +246,19 @@ public:
     // The same storage read as complex numbers, neighbours along the fastest dimension being real and imaginary part,
     // or read as real numbers, both parts in turn: the length of that dimension is halved, rounded down, or doubled.
     // The data are shared until one of the values is written; a value of the wanted kind is given back as it is. What
-    // is converted stays of its kind: to float, asComplex ends in complexFloat. The form for rvalues takes the value
-    // over, also when it fails. Raises std::invalid_argument "Cannot create a view of data without dimensions.", for a
-    // null too, and std::runtime_error "Can not convert non-numeric data type to complex numeric type".
+    // is converted stays of its kind and has the shape of its data: to float, asComplex ends in complexFloat. The form
+    // for rvalues may have taken the value over when it fails. Raises std::invalid_argument "Cannot create a view of
+    // data without dimensions.", for a null too, and std::runtime_error "Can not convert non-numeric data type to
+    // complex numeric type".
     [[nodiscard]] ZVariantGeneric asComplex() const& { return ZVariantGeneric(*this).asComplex(); }
     [[nodiscard]] ZVariantGeneric asComplex() && {
-        return isOfKind(true) ? std::move(*this) : ZVariantGeneric(std::move(storage_).asComplex());
+        return !isNull() && requireNumericType().isComplex() ? std::move(*this)
+                                                             : ZVariantGeneric(std::move(storage_).asComplex());
     }
     [[nodiscard]] ZVariantGeneric asReal() const& { return ZVariantGeneric(*this).asReal(); }
     [[nodiscard]] ZVariantGeneric asReal() && {
-        return isOfKind(false) ? std::move(*this) : ZVariantGeneric(std::move(storage_).asReal());
+        return !isNull() && !requireNumericType().isComplex() ? std::move(*this)
+                                                              : ZVariantGeneric(std::move(storage_).asReal());
     }
 
     // Changes the shape in place; no element moves, and views from dimensions are dead afterwards. The present shape
@@ -373,14 +378,10 @@ private:
                       "64-bit `long`, `signed char` or `unsigned char` for `char`.");
     }
 
-    // Whether the elements are complex, or real, numbers; of a null value neither.
-    bool isOfKind(bool complex) const {
+    WellKnownType requireNumericType() const {
         const WellKnownType type = wellKnownDataType();
-        if (type == WellKnownType::unknown) {
-            return false;
-        }
         Internal::requireNumericView(type);
-        return type.isComplex() == complex;
+        return type;
     }
 
     // Elements are lent by reference, so T must be stored as it is.

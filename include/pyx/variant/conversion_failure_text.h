@@ -1,4 +1,4 @@
-// What is said of a conversion that was refused.
+// What is said of conversions and views that are refused.
 #pragma once
 
 #include <pyx/types/portable_type_names.h>
