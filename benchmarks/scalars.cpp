@@ -1,10 +1,11 @@
-// Values of one element beside the holders of the standard library.
+// Values of one element beside the holders that a user would pick instead.
 
 #include "contenders.h"
 
 #include <pyx/variant/ZVariant.h>
 
-#include <any>
+#include <nlohmann/json.hpp>
+
 #include <string>
 #include <variant>
 
@@ -16,33 +17,26 @@ using StandardVariant = std::variant<std::monostate, bool, int, long long, float
 
 template <class Holder, class Element>
 void addHolder(const std::string& task, const char* contender, const Element& element) {
-    addContender("make and destroy " + task, contender, [element] {
+    addContender(task, contender, [element] {
         Holder holder(element);
         benchmark::DoNotOptimize(holder);
-    });
-    addContender("copy and destroy " + task, contender, [original = Holder(element)] {
-        Holder holder(original);
-        benchmark::DoNotOptimize(holder);
+        Holder copy(holder);
+        benchmark::DoNotOptimize(copy);
     });
 }
 
-template <class Value, class Element>
-void addScalar(const std::string& task, const Element& element) {
-    addHolder<Value>(task, "ours", element);
-    addHolder<std::any>(task, "std::any", element);
+template <class Element>
+void addScalar(const std::string& what, const Element& element) {
+    const std::string task = "make, copy, destroy: " + what;
+    addHolder<ZVariant>(task, "ours", element);
     addHolder<StandardVariant>(task, "std::variant", element);
-}
-
-template <class Value>
-void addScalarsOf(const std::string& valueName) {
-    addScalar<Value>("double, " + valueName, 2.5);
-    addScalar<Value>("text of 8, " + valueName, std::string(8, 'x'));
-    addScalar<Value>("text of 45, " + valueName, std::string(45, 'x'));
+    addHolder<nlohmann::json>(task, "nlohmann::json", element);
 }
 
 }  // namespace
 
 void addScalars() {
-    addScalarsOf<ZVariant>("ZVariant");
-    addScalarsOf<ZVariantAbi>("ZVariantAbi");
+    addScalar("double", 2.5);
+    addScalar("text of 8", std::string(8, 'x'));
+    addScalar("text of 45", std::string(45, 'x'));
 }

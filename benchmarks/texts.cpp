@@ -1,8 +1,10 @@
-// Numbers to text beside a fresh stream for each number, and back beside strtod.
+// Numbers to text beside a fresh stream for each number and {fmt}, back beside strtod, and printing beside a bare loop.
 
 #include "contenders.h"
 
-#include <pyx/variant/ZVariant.h>
+#include <pyx/pyx.h>
+
+#include <fmt/format.h>
 
 #include <cstddef>
 #include <cstdlib>
@@ -11,6 +13,7 @@
 #include <random>
 #include <sstream>
 #include <string>
+#include <type_traits>
 #include <vector>
 
 using namespace Quorvane::Pyx;
@@ -27,20 +30,41 @@ void addConversion(const std::string& task, const ZVariant& source, WellKnownTyp
 }
 
 template <class T>
-void addNumbersToTexts(const std::string& task, const ZVariant& source) {
-    addConversion(task, source, WellKnownType::string);
-    addContender(task, "std::ostringstream", [source] {
+std::string textOfStream(T number) {
+    std::ostringstream stream;
+    stream.precision(std::numeric_limits<T>::digits10);
+    stream << number;
+    return stream.str();
+}
+
+// The same texts as the stream's.
+template <class T>
+std::string textOfFmt(T number) {
+    if constexpr (std::is_floating_point_v<T>) {
+        return fmt::format("{:.15g}", number);
+    } else {
+        return fmt::to_string(number);
+    }
+}
+
+template <class T, class TextOf>
+void addTextsOf(const std::string& task, const char* contender, const ZVariant& source, TextOf textOf) {
+    addContender(task, contender, [source, textOf] {
         const T* const numbers = source.data<T>();
         std::vector<std::string> texts(count);
         for (std::size_t i = 0; i < count; ++i) {
-            std::ostringstream stream;
-            stream.precision(std::numeric_limits<T>::digits10);
-            stream << numbers[i];
-            texts[i] = stream.str();
+            texts[i] = textOf(numbers[i]);
         }
         benchmark::DoNotOptimize(texts.data());
         benchmark::ClobberMemory();
     });
+}
+
+template <class T>
+void addNumbersToTexts(const std::string& task, const ZVariant& source) {
+    addConversion(task, source, WellKnownType::string);
+    addTextsOf<T>(task, "std::ostringstream", source, textOfStream<T>);
+    addTextsOf<T>(task, "{fmt}", source, textOfFmt<T>);
 }
 
 void addTextsToDoubles(const std::string& task, const ZVariant& source) {
@@ -56,11 +80,34 @@ void addTextsToDoubles(const std::string& task, const ZVariant& source) {
     });
 }
 
+void addPrinting(const ZVariant& source) {
+    const std::string task = "text, 10^6: print doubles";
+    addContender(task, "ours", [source] {
+        std::ostringstream stream;
+        PrintTo(source, &stream);
+        benchmark::DoNotOptimize(stream);
+    });
+    addContender(task, "bare << loop", [source] {
+        std::ostringstream stream;
+        const double* const elements = source.data<double>();
+        const std::uint64_t length = source.elementCount();
+        stream << '[';
+        for (std::uint64_t i = 0; i < length; ++i) {
+            if (i != 0) {
+                stream << ", ";
+            }
+            stream << elements[i];
+        }
+        stream << ']';
+        benchmark::DoNotOptimize(stream);
+    });
+}
+
 // Numbers of all sizes, most of them with as many digits as the type has.
 template <class T, class Distribution>
-ZVariant makeSource(Distribution distribution) {
+ZVariant makeSource(std::size_t length, Distribution distribution) {
     std::mt19937_64 engine;
-    std::vector<T> numbers(count);
+    std::vector<T> numbers(length);
     for (T& number : numbers) {
         number = distribution(engine);
     }
@@ -70,9 +117,12 @@ ZVariant makeSource(Distribution distribution) {
 }  // namespace
 
 void addTexts() {
-    const ZVariant doubles = makeSource<double>(std::lognormal_distribution<double>(0, 5));
-    const ZVariant integers = makeSource<long long>(std::uniform_int_distribution<long long>());
-    addNumbersToTexts<double>("double to text, 10^5", doubles);
-    addNumbersToTexts<long long>("int64 to text, 10^5", integers);
-    addTextsToDoubles("text to double, 10^5", doubles.convertTo(WellKnownType::string, ConversionMode::CastOrText));
+    const std::lognormal_distribution<double> allSizes(0, 5);
+    const ZVariant doubles = makeSource<double>(count, allSizes);
+    const ZVariant integers = makeSource<long long>(count, std::uniform_int_distribution<long long>());
+    addNumbersToTexts<double>("text, 10^5: double to text", doubles);
+    addNumbersToTexts<long long>("text, 10^5: int64 to text", integers);
+    addTextsToDoubles("text, 10^5: text to double",
+                      doubles.convertTo(WellKnownType::string, ConversionMode::CastOrText));
+    addPrinting(makeSource<double>(1'000'000, allSizes));
 }

@@ -1,10 +1,13 @@
 // Interned texts and property trees, beside what a user would pick instead.
+
 #include "contenders.h"
 
 #include <pyx/pyx.h>
+
 #include <boost/flyweight.hpp>
 #include <nlohmann/json.hpp>
 
+#include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <string>
@@ -30,11 +33,16 @@ std::vector<std::string> keyTexts(int count) {
     return texts;
 }
 
+std::vector<InternedString> internedKeys(int count) {
+    const auto texts = keyTexts(count);
+    return {texts.begin(), texts.end()};
+}
+
 // Looks every key of the map up once.
 void addLookup(int count) {
-    const std::string task = "find each of " + std::to_string(count) + " keys";
+    const std::string task = "find each key: of " + std::to_string(count);
     const auto texts = keyTexts(count);
-    std::vector<InternedString> keys(texts.begin(), texts.end());
+    const auto keys = internedKeys(count);
     PropertyMap map;
     nlohmann::json object;
     for (int i = 0; i < count; ++i) {
@@ -53,13 +61,16 @@ void addLookup(int count) {
     });
 }
 
-constexpr int branches = 1000;
+// A tree is a list of maps with ten values each.
+constexpr int branches = 10'000;
 constexpr int leaves = 10;
+constexpr int nodes = branches * (leaves + 1);
 
-PropertyNode makeTree(const std::vector<InternedString>& keys) {
+PropertyNode makeTree(int branchCount = branches) {
+    static const auto keys = internedKeys(leaves);
     PropertyList list;
-    list.reserve(branches);
-    for (int branch = 0; branch < branches; ++branch) {
+    list.reserve(static_cast<std::size_t>(branchCount));
+    for (int branch = 0; branch < branchCount; ++branch) {
         PropertyMap map;
         map.reserve(leaves);
         for (const InternedString key : keys) {
@@ -70,7 +81,8 @@ PropertyNode makeTree(const std::vector<InternedString>& keys) {
     return list;
 }
 
-nlohmann::json makeJson(const std::vector<std::string>& texts) {
+nlohmann::json makeJson() {
+    static const auto texts = keyTexts(leaves);
     nlohmann::json list = nlohmann::json::array();
     for (int branch = 0; branch < branches; ++branch) {
         nlohmann::json object = nlohmann::json::object();
@@ -82,35 +94,54 @@ nlohmann::json makeJson(const std::vector<std::string>& texts) {
     return list;
 }
 
+// Frozen is what a tree is frozen to; JSON has no such form and is copied instead.
+template <class Tree, class Frozen>
+void addTree(const char* contender, Tree (*make)()) {
+    const std::string task = "tree of 110,000 nodes: ";
+    const auto original = std::make_shared<const Tree>(make());
+    const auto none = [] { return std::unique_ptr<Tree>(); };
+    addWithState(task + "build", contender, none,
+                 [make](std::unique_ptr<Tree>& tree) { tree = std::make_unique<Tree>(make()); });
+    addWithState(task + "deep copy", contender, none,
+                 [original](std::unique_ptr<Tree>& copy) { copy = std::make_unique<Tree>(*original); });
+    addWithState(
+        task + "freeze", contender, [] { return std::unique_ptr<Frozen>(); },
+        [original](std::unique_ptr<Frozen>& frozen) { frozen = std::make_unique<Frozen>(*original); });
+    addWithState(
+        task + "drop", contender, [original] { return std::make_unique<Tree>(*original); },
+        [](std::unique_ptr<Tree>& tree) { tree.reset(); });
+}
+
+// Bytes for each node of the tree that make() gives.
+template <class Make>
+void addNodeBytes(const char* form, const char* contender, Make make) {
+    addSize(std::string("bytes for each node: ") + form, contender, [make] {
+        const std::size_t before = heapBytes();
+        const auto tree = make();
+        return static_cast<double>(heapBytes() - before) / nodes;
+    });
+}
+
 }  // namespace
 
 void addTrees() {
-    addInterning("intern a known text of 8 bytes", "elements");
-    addInterning("intern a known text of 40 bytes", std::string(40, 'k'));
-    for (const int count : {4, 16, 64, 256}) {
+    addInterning("intern a known text: of 8", "elements");
+    addInterning("intern a known text: of 40", std::string(40, 'k'));
+    for (const int count : {4, 16, 64}) {
         addLookup(count);
     }
 
-    const auto texts = keyTexts(leaves);
-    const std::vector<InternedString> keys(texts.begin(), texts.end());
-    addContender("build and drop a tree of 11,000 nodes", "ours", [keys] { benchmark::DoNotOptimize(makeTree(keys)); });
-    addContender("build and drop a tree of 11,000 nodes", "nlohmann::json",
-                 [texts] { benchmark::DoNotOptimize(makeJson(texts)); });
+    addTree<PropertyNode, FPropertyNode>("ours", [] { return makeTree(); });
+    addTree<nlohmann::json, nlohmann::json>("nlohmann::json", makeJson);
 
-    const PropertyNode tree = makeTree(keys);
-    const nlohmann::json json = makeJson(texts);
-    const auto copyJson = [json] { benchmark::DoNotOptimize(nlohmann::json(json)); };
-    addContender("copy and drop a tree of 11,000 nodes", "ours",
-                 [tree] { benchmark::DoNotOptimize(PropertyNode(tree)); });
-    addContender("copy and drop a tree of 11,000 nodes", "nlohmann::json", copyJson);
-    addContender("freeze and drop a tree of 11,000 nodes", "ours",
-                 [tree] { benchmark::DoNotOptimize(FPropertyNode(tree)); });
-    addContender("freeze and drop a tree of 11,000 nodes", "nlohmann::json copied", copyJson);
+    addNodeBytes("working tree", "ours", [] { return makeTree(); });
+    addNodeBytes("working tree", "nlohmann::json", makeJson);
+    addNodeBytes("frozen tree", "ours", [] { return FPropertyNode(makeTree()); });
+    addNodeBytes("frozen tree", "nlohmann::json", makeJson);
 
-    const FPropertyNode frozen(tree);
-    const auto sharedJson = std::make_shared<const nlohmann::json>(json);
-    addContender("copy and drop a frozen handle", "ours",
-                 [frozen] { benchmark::DoNotOptimize(FPropertyNode(frozen)); });
-    addContender("copy and drop a frozen handle", "shared_ptr to json",
-                 [sharedJson] { benchmark::DoNotOptimize(std::shared_ptr<const nlohmann::json>(sharedJson)); });
+    addGrowthOf("freeze and drop a tree", [](std::uint64_t count) {
+        return [tree = makeTree(static_cast<int>(count / (leaves + 1)))] {
+            benchmark::DoNotOptimize(FPropertyNode(tree));
+        };
+    });
 }

@@ -31,7 +31,7 @@ void sumOf(const ZVariant& value) {
 }
 
 void addComplexView() {
-    const std::string task = "complex view of 10^6 doubles";
+    const std::string task = "sum, 10^6: doubles seen as complex";
     using Pair = std::complex<double>;
     const ZVariant reals = ZVariant::fromVector(std::vector<double>(count, 1.0));
     addContender(task, "ours", [reals] { sumOf<Pair>(reals.asComplex()); });
@@ -48,7 +48,7 @@ void addComplexView() {
 }
 
 void addExternalStorage() {
-    const std::string task = "value over 10^6 doubles of a client";
+    const std::string task = "sum, 10^6: doubles in memory of a client";
     const auto memory = std::make_shared<std::vector<double>>(count, 1.0);
     addContender(task, "ours", [memory] {
         ExternalBuffer<double> buffer(memory->data(), {count});
