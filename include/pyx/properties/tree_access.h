@@ -4,6 +4,7 @@
 #include <pyx/properties/PropertyPath.h>
 #include <pyx/types/InternedString.h>
 
+#include <algorithm>
 #include <cstddef>
 #include <stdexcept>
 #include <string>
@@ -30,10 +31,7 @@ namespace Quorvane::Pyx::Internal {
 // The entry of a key, from the front and by its character pointer; the end when there is none.
 template <class Iterator>
 Iterator findKey(Iterator begin, Iterator end, InternedString key) {
-    while (begin != end && begin->key != key) {
-        ++begin;
-    }
-    return begin;
+    return std::find_if(begin, end, [key](const auto& entry) { return entry.key == key; });
 }
 
 // The node at a path below `root`, or null when there is none.
