@@ -26,7 +26,7 @@ std::string textFromStream(const T& value) {
     return stream.str();
 }
 
-// Byte for byte what the stream gives in the classic locale.
+// Byte for byte what the stream gives where streamsArePlain.
 template <class T>
 std::string textFromCharconv(const T& value) {
     char buffer[32];
@@ -40,17 +40,18 @@ std::string textFromCharconv(const T& value) {
     return std::string(buffer, result.ptr);
 }
 
-// A stream takes the global locale at its birth, and only the classic one has no digit groups and a '.'.
-bool streamsAreClassic() {
-    return std::locale() == std::locale::classic();
+// Whether a stream writes numbers as std::to_chars does. It takes the global locale at its birth, and only the classic
+// one has no digit groups and a '.'; and it rounds in the rounding mode.
+bool streamsArePlain() {
+    return std::locale() == std::locale::classic() && std::fegetround() == FE_TONEAREST;
 }
 
 template <class T>
-std::string numberToText(const T& value, bool classic) {
+std::string numberToText(const T& value, bool plain) {
     if constexpr (sizeof(T) == 1) {
         return std::string(1, static_cast<char>(value));
     } else {
-        std::string text = classic ? textFromCharconv(value) : textFromStream(value);
+        std::string text = plain ? textFromCharconv(value) : textFromStream(value);
         if (std::is_floating_point_v<T> && text.find('.') == std::string::npos && text.find('e') == std::string::npos) {
             text += ".0";
         }
@@ -94,9 +95,9 @@ void convertNumbersToTexts(const T* source, std::string* target, std::uint64_t c
             target[i] = loadNumber(source + i) ? "true" : "false";
         }
     } else {
-        const bool classic = streamsAreClassic();
+        const bool plain = streamsArePlain();
         for (std::uint64_t i = 0; i < count; ++i) {
-            target[i] = numberToText(source[i], classic);
+            target[i] = numberToText(source[i], plain);
         }
     }
 }
