@@ -1,4 +1,5 @@
 // The matrix of conversions against a model of its own, for every pair of element types in every mode.
+#include "convert/wide_vectors.h"
 #include "element_samples.h"
 
 #include <gmock/gmock.h>
@@ -263,14 +264,22 @@ protected:
     }
 
     void expectConversions(IVariantData& source, const Pattern& pattern) const {
+        for (const bool wide : {false, true}) {
+            allowWideVectors(wide);
+            expectConversionsOnTheseVectors(source, pattern);
+        }
+    }
+
+    void expectConversionsOnTheseVectors(IVariantData& source, const Pattern& pattern) const {
         for (const Cell& cell : cells) {
             const auto convertedAt = [&](std::size_t sample) -> const Converted& { return cell.converted[sample]; };
             const bool accepted = pattern.empty() ? convertsEmptyArray(from, cell.to, cell.mode)
                                                   : std::all_of(pattern.begin(), pattern.end(), convertedAt);
             const OwnedData<> result(source.convertDataTo(cell.to, cell.mode));
             const auto where = [&] {
-                return testing::Message() << "to " << cell.to << " in mode " << static_cast<int>(cell.mode)
-                                          << ", samples " << PrintToString(pattern);
+                return testing::Message()
+                       << "to " << cell.to << " in mode " << static_cast<int>(cell.mode) << ", wide vectors "
+                       << usesWideVectors() << ", samples " << PrintToString(pattern);
             };
             ASSERT_EQ(result != nullptr, accepted) << where();
             if (accepted) {

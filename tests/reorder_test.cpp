@@ -91,6 +91,7 @@ TYPED_TEST(Reorder, MovesEachElementToItsPlace) {
                                {1, 7, 1},
                                {2, 3},
                                {65, 130},
+                               {270, 290},
                                {3, 200},
                                {200, 3},
                                {4, 1, 5, 6},

@@ -17,7 +17,7 @@ namespace Quorvane::Pyx::Internal {
 // whose selection compilers vectorise where they do not for an integer of that width.
 template <class Floating>
 bool equalFloatingRuns(const Floating* left, const Floating* right, std::uint64_t count) {
-    return inBlocks(count, [&](std::uint64_t first, auto length) {
+    return inBlocks<Floating>(count, [&](std::uint64_t first, auto length) {
         BitsOf<Floating> different = 0;
         for (std::uint64_t i = 0; i < length; ++i) {
             const Floating difference = left[first + i] == right[first + i] ? Floating{0} : Floating{1};

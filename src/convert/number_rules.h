@@ -40,6 +40,8 @@ template <class T, class S>
 T castNumber(S value) {
     if constexpr (std::is_same_v<T, bool>) {
         return value != S{};
+    } else if constexpr (std::is_same_v<S, bool>) {
+        return value ? T{1} : T{0};
     } else if constexpr (std::is_floating_point_v<S> && std::is_integral_v<T>) {
         return castFloatingToInteger<T>(value);
     } else {

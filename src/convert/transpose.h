@@ -37,9 +37,10 @@ public:
         const StridedAxis fastest = axes_.back();
         while (count != 0) {
             const std::uint64_t run = std::min(count, fastest.length - indices_.back());
-            const std::uint64_t first = offset_;
+            std::uint64_t offset = offset_;
             for (std::uint64_t i = 0; i < run; ++i) {
-                offsets[i] = first + i * fastest.stride;
+                offsets[i] = offset;
+                offset += fastest.stride;
             }
             offsets += run;
             count -= run;
@@ -58,76 +59,160 @@ private:
     std::uint64_t offset_ = 0;
 };
 
-// Transposes a matrix in tiles. `rows` gives the offset of each row in the source, where the columns are contiguous;
-// `columns` gives the offset of each column in the target, where the rows are contiguous.
+#if defined(__has_builtin)
+#if __has_builtin(__builtin_shufflevector)
+#define PYXCORE_HAS_SHUFFLES
+#endif
+#endif
+
+// Transposes the smallest square of elements whose rows fill a vector register; where there is none, one element.
+template <class T>
+class SquareTransposition {
+#ifdef PYXCORE_HAS_SHUFFLES
+    static constexpr bool fitsVectors = sizeof(T) < 16 && 16 % sizeof(T) == 0;
+#else
+    static constexpr bool fitsVectors = false;
+#endif
+
+public:
+    static constexpr std::size_t length = fitsVectors ? 16 / sizeof(T) : 1;
+
+    // Row i starts at source + rowOffsets[i], and becomes the elements at target + i + columnOffsets[...].
+    static void move(const T* source, const std::uint64_t* rowOffsets, T* target, const std::uint64_t* columnOffsets) {
+        if constexpr (fitsVectors) {
+            moveInRegisters(source, rowOffsets, target, columnOffsets);
+        } else {
+            target[columnOffsets[0]] = source[rowOffsets[0]];
+        }
+    }
+
+private:
+#ifdef PYXCORE_HAS_SHUFFLES
+    typedef unsigned char Vector __attribute__((vector_size(16)));
+
+    static void moveInRegisters(const T* source, const std::uint64_t* rowOffsets, T* target,
+                                const std::uint64_t* columnOffsets) {
+        Vector rows[length];
+        for (std::size_t i = 0; i < length; ++i) {
+            std::memcpy(&rows[i], source + rowOffsets[i], sizeof(Vector));
+        }
+        // To interleave one half of the rows with the other turns the place of each element, its row and column written
+        // as one number, by a bit. After as many times as the length has bits, what counted rows counts columns.
+        for (std::size_t turned = 1; turned < length; turned *= 2) {
+            interleaveHalves(rows, std::make_index_sequence<sizeof(Vector)>());
+        }
+        for (std::size_t i = 0; i < length; ++i) {
+            std::memcpy(static_cast<void*>(target + columnOffsets[i]), &rows[i], sizeof(Vector));
+        }
+    }
+
+    template <std::size_t... byte>
+    static void interleaveHalves(Vector (&rows)[length], std::index_sequence<byte...>) {
+        Vector interleaved[length];
+        for (std::size_t i = 0; i < length / 2; ++i) {
+            const Vector first = rows[i];
+            const Vector second = rows[i + length / 2];
+            interleaved[2 * i] = __builtin_shufflevector(first, second, interleavedByte(byte)...);
+            interleaved[2 * i + 1] = __builtin_shufflevector(first, second, interleavedByte(byte + sizeof(Vector))...);
+        }
+        std::copy_n(interleaved, length, rows);
+    }
+
+    // Which byte of two vectors, counted through both, is at this place when their elements alternate.
+    static constexpr int interleavedByte(std::size_t place) {
+        const std::size_t element = place / sizeof(T);
+        return static_cast<int>(element % 2 * sizeof(Vector) + element / 2 * sizeof(T) + place % sizeof(T));
+    }
+#endif
+};
+
+// Transposes a matrix. `rows` gives the offset of each row in the source, where the columns are contiguous; `columns`
+// gives the offset of each column in the target, where the rows are contiguous.
 template <class T>
 class MatrixTransposition {
 public:
     MatrixTransposition(const T* source, T* target) : source_(source), target_(target) {}
 
     void run(AxisWalk rows, AxisWalk columns) {
-        for (std::uint64_t column = 0; column < columns.length(); column += tileColumns) {
-            const std::uint64_t columnCount = std::min(tileColumns, columns.length() - column);
-            columns.next(columnOffsets_, columnCount);
-            for (std::uint64_t row = 0; row < rows.length(); row += tileRows) {
-                const std::uint64_t rowCount = std::min(tileRows, rows.length() - row);
-                rows.next(rowOffsets_, rowCount);
-                if (rowCount == tileRows && columnCount == tileColumns) {
-                    moveTile(source_ + column, target_ + row);
-                } else {
-                    movePart(source_ + column, target_ + row, rowCount, columnCount);
-                }
+        for (std::uint64_t row = 0; row < rows.length(); row += partLength) {
+            const std::uint64_t rowCount = std::min(partLength, rows.length() - row);
+            rows.next(rowOffsets_, rowCount);
+            for (std::uint64_t column = 0; column < columns.length(); column += partLength) {
+                const std::uint64_t columnCount = std::min(partLength, columns.length() - column);
+                columns.next(columnOffsets_, columnCount);
+                movePart(source_ + column, target_ + row, rowCount, columnCount);
             }
         }
     }
 
 private:
-    // A tile fits the first-level cache, and holds runs of some cache lines in both directions.
-    static constexpr std::uint64_t tileRows = 64;
-    static constexpr std::uint64_t tileColumns = 256 / sizeof(T);
+    // Long enough that it costs little to walk the axes of a part.
+    static constexpr std::uint64_t partLength = 64;
+    // A tile holds whole cache lines in both directions, and so few that they stay in the cache where they compete for
+    // the same few places, as lines do that are a power of two apart.
+    static constexpr std::uint64_t tileLength = sizeof(T) <= 8 ? 16 : 8;
 
-    // The buffer takes whole cache lines from the rows and gives whole runs to the columns: lines that are a power of
-    // two apart compete for the same few places of the cache, and are touched only once this way.
-    void moveTile(const T* source, T* target) {
-        for (std::uint64_t row = 0; row < tileRows; ++row) {
-            std::memcpy(tile_[row], source + rowOffsets_[row], sizeof(tile_[row]));
+    void movePart(const T* source, T* target, std::uint64_t rowCount, std::uint64_t columnCount) const {
+        const std::uint64_t rowsInTiles = rowCount - rowCount % tileLength;
+        const std::uint64_t columnsInTiles = columnCount - columnCount % tileLength;
+        for (std::uint64_t row = 0; row < rowsInTiles; row += tileLength) {
+            for (std::uint64_t column = 0; column < columnsInTiles; column += tileLength) {
+                moveTile(source, target, row, column);
+            }
         }
-        for (std::uint64_t column = 0; column < tileColumns; ++column) {
-            T* const run = target + columnOffsets_[column];
-            for (std::uint64_t row = 0; row < tileRows; ++row) {
-                run[row] = tile_[row][column];
+        moveElements(source, target, 0, rowCount, columnsInTiles, columnCount);
+        moveElements(source, target, rowsInTiles, rowCount, 0, columnsInTiles);
+    }
+
+    void moveTile(const T* source, T* target, std::uint64_t firstRow, std::uint64_t firstColumn) const {
+        using Square = SquareTransposition<T>;
+        for (std::uint64_t column = firstColumn; column < firstColumn + tileLength; column += Square::length) {
+            for (std::uint64_t row = firstRow; row < firstRow + tileLength; row += Square::length) {
+                Square::move(source + column, rowOffsets_ + row, target + row, columnOffsets_ + column);
             }
         }
     }
 
-    void movePart(const T* source, T* target, std::uint64_t rowCount, std::uint64_t columnCount) const {
-        if (rowCount > columnCount) {
-            for (std::uint64_t column = 0; column < columnCount; ++column) {
-                const T* const from = source + column;
-                T* const to = target + columnOffsets_[column];
-                for (std::uint64_t row = 0; row < rowCount; ++row) {
-                    to[row] = from[rowOffsets_[row]];
-                }
+    // The longer side is the inner loop.
+    void moveElements(const T* source, T* target, std::uint64_t firstRow, std::uint64_t rowEnd,
+                      std::uint64_t firstColumn, std::uint64_t columnEnd) const {
+        if (rowEnd - firstRow > columnEnd - firstColumn) {
+            for (std::uint64_t column = firstColumn; column < columnEnd; ++column) {
+                moveColumn(source + column, target + columnOffsets_[column], firstRow, rowEnd);
             }
         } else {
-            for (std::uint64_t row = 0; row < rowCount; ++row) {
+            for (std::uint64_t row = firstRow; row < rowEnd; ++row) {
                 const T* const from = source + rowOffsets_[row];
                 T* const to = target + row;
-                for (std::uint64_t column = 0; column < columnCount; ++column) {
+                for (std::uint64_t column = firstColumn; column < columnEnd; ++column) {
                     to[columnOffsets_[column]] = from[column];
                 }
             }
         }
     }
 
+    // Four at a time, since a loop over single elements takes up to twice as long for how its code happens to lie.
+    void moveColumn(const T* source, T* target, std::uint64_t firstRow, std::uint64_t rowEnd) const {
+        std::uint64_t row = firstRow;
+        for (; rowEnd - row >= 4; row += 4) {
+            const T first = source[rowOffsets_[row]];
+            const T second = source[rowOffsets_[row + 1]];
+            const T third = source[rowOffsets_[row + 2]];
+            const T fourth = source[rowOffsets_[row + 3]];
+            target[row] = first;
+            target[row + 1] = second;
+            target[row + 2] = third;
+            target[row + 3] = fourth;
+        }
+        for (; row < rowEnd; ++row) {
+            target[row] = source[rowOffsets_[row]];
+        }
+    }
+
     const T* const source_;
     T* const target_;
-    std::uint64_t rowOffsets_[tileRows];
-    std::uint64_t columnOffsets_[tileColumns];
-    // In a union, so that elements which have a constructor are not constructed for nothing.
-    union {
-        T tile_[tileRows][tileColumns];
-    };
+    std::uint64_t rowOffsets_[partLength];
+    std::uint64_t columnOffsets_[partLength];
 };
 
 // A dimension longer than one, with the strides that it has in the two storages.

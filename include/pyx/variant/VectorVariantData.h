@@ -3,6 +3,7 @@
 
 #include <pyx/variant/ArrayVariantData.h>
 #include <pyx/variant/OwnedData.h>
+#include <pyx/variant/array_memory.h>
 
 #include <cstddef>
 #include <cstdint>
@@ -16,9 +17,10 @@
 namespace Quorvane::Pyx::Internal {
 
 // The elements stand directly behind the object, at sizeof(VectorVariantData<T>). Their number is fixed for life; the
-// shape may become smaller, and what it then hides is kept.
+// shape may become smaller, and what it then hides is kept. The object has all the alignment that an allocation has,
+// and so do the elements: vectors of them that straddle cache lines cost a fifth of the time of a conversion.
 template <class T>
-class VectorVariantData final : public ArrayVariantData<T> {
+class alignas(__STDCPP_DEFAULT_NEW_ALIGNMENT__) VectorVariantData final : public ArrayVariantData<T> {
 public:
     using Owned = OwnedData<VectorVariantData>;
 
@@ -106,8 +108,9 @@ private:
     template <class Construct>
     VectorVariantData(std::uint64_t count, ArrayDimensionsView dimensions, DataOrdering ordering, Construct construct)
         : numberAllocatedElements_(count), dimensions_(dimensions.begin(), dimensions.end()), ordering_(ordering) {
-        static_assert(alignof(T) <= alignof(VectorVariantData),
-                      "Elements stand right behind the object, so no class may need more alignment than a pointer.");
+        static_assert(
+            alignof(T) <= alignof(VectorVariantData),
+            "Elements stand right behind the object, so no class may need more alignment than plain new gives.");
         construct(reinterpret_cast<T*>(this + 1), count);
     }
 
@@ -121,7 +124,10 @@ private:
         if (count.value > (std::numeric_limits<std::size_t>::max() - objectSize) / sizeof(T)) {
             throw std::bad_array_new_length();
         }
-        return ::operator new(objectSize + count.value * sizeof(T));
+        const std::size_t size = objectSize + count.value * sizeof(T);
+        void* const memory = ::operator new(size);
+        adviseHugePages(memory, size);
+        return memory;
     }
     static void operator delete(void* memory, ElementCount) { ::operator delete(memory); }
 

@@ -1,0 +1,33 @@
+#include "convert/wide_vectors.h"
+
+#include <atomic>
+
+namespace Quorvane::Pyx::Internal {
+
+namespace {
+
+// What runOnWideVectors is compiled for.
+bool hasWideVectors() {
+#if defined(__x86_64__) && (defined(__GNUC__) || defined(__clang__))
+    __builtin_cpu_init();
+    return __builtin_cpu_supports("avx512f") && __builtin_cpu_supports("avx512bw") &&
+           __builtin_cpu_supports("avx512dq") && __builtin_cpu_supports("avx512vl");
+#else
+    return false;
+#endif
+}
+
+// Off until it is initialised, which is right on every processor.
+std::atomic<bool> wideVectors = hasWideVectors();
+
+}  // namespace
+
+bool usesWideVectors() {
+    return wideVectors.load(std::memory_order_relaxed);
+}
+
+void allowWideVectors(bool allowed) {
+    wideVectors.store(allowed && hasWideVectors(), std::memory_order_relaxed);
+}
+
+}  // namespace Quorvane::Pyx::Internal
