@@ -6,6 +6,7 @@
 #include <pyx/types/dispatch.h>
 #include <pyx/variant/ArrayVariantData.h>
 #include <pyx/variant/OwnedData.h>
+#include <pyx/variant/VectorVariantData.h>
 
 #include <algorithm>
 #include <cstddef>
@@ -29,16 +30,24 @@ struct ElementRun {
     std::uint64_t available;
 };
 
+template <class T>
 ElementRun storedElements(const IVariantData& data) {
+    // The usual array, told apart without the cost of a cast to a base.
+    if (typeid(data) == typeid(VectorVariantData<T>)) {
+        return {data.constStoredData(), data.numberAllocatedElements()};
+    }
     const auto* const counted = dynamic_cast<const IVariantDataRefCounted*>(&data);
     return {data.constStoredData(),
             counted != nullptr ? counted->numberReadableElements() : data.numberAllocatedElements()};
 }
 
-// Raises as dispatchElementType does.
-bool compareElementRuns(WellKnownType type, ElementRun left, ElementRun right, std::uint64_t count) {
+// Compares the first `count` elements of two objects of one type. Raises as dispatchElementType does.
+bool compareElements(WellKnownType type, const IVariantData& leftData, const IVariantData& rightData,
+                     std::uint64_t count) {
     return dispatchElementType(type, [&](auto tag) {
         using T = typename decltype(tag)::type;
+        const ElementRun left = storedElements<T>(leftData);
+        const ElementRun right = storedElements<T>(rightData);
         const T* const leftElements = static_cast<const T*>(left.elements);
         const T* const rightElements = static_cast<const T*>(right.elements);
         const std::uint64_t stored = std::min({left.available, right.available, count});
@@ -116,9 +125,8 @@ bool compareSameType(const Operand& left, const Operand& right, std::uint64_t co
     if (compared == nullptr) {
         return false;
     }
-    return left.type == WellKnownType::customType
-               ? compareCustomElements(left.data, *compared, count, 0)
-               : compareElementRuns(left.type, storedElements(left.data), storedElements(*compared), count);
+    return left.type == WellKnownType::customType ? compareCustomElements(left.data, *compared, count, 0)
+                                                  : compareElements(left.type, left.data, *compared, count);
 }
 
 // The kept operand stores elements of the common type.
@@ -128,7 +136,7 @@ bool compareConverted(const Operand& kept, const IVariantData& other, std::uint6
     if (copy != nullptr && multiDimensional) {
         copy.reset(copy->reorderData(kept.ordering));
     }
-    return copy != nullptr && compareElementRuns(kept.type, storedElements(kept.data), storedElements(*copy), count);
+    return copy != nullptr && compareElements(kept.type, kept.data, *copy, count);
 }
 
 // Whether the object is one of the library's arrays, whose conversion is that of its elements, and has all `count`.
@@ -236,9 +244,8 @@ bool isIdenticalTo(const IVariantData& left, const IVariantData& right) {
         return false;
     }
     const std::uint64_t count = dimensions.elementCount();
-    return type == WellKnownType::customType
-               ? compareCustomElements(left, right, count, 1)
-               : compareElementRuns(type, storedElements(left), storedElements(right), count);
+    return type == WellKnownType::customType ? compareCustomElements(left, right, count, 1)
+                                             : compareElements(type, left, right, count);
 }
 
 bool isEquivalentTo(const IVariantData& left, const IVariantData& right, ConversionMode mode) {

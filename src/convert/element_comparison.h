@@ -17,7 +17,7 @@ namespace Quorvane::Pyx::Internal {
 // whose selection compilers vectorise where they do not for an integer of that width.
 template <class Floating>
 bool equalFloatingRuns(const Floating* left, const Floating* right, std::uint64_t count) {
-    return inBlocks<Floating>(count, [&](std::uint64_t first, auto length) {
+    return inBlocks<Floating>(count, [=](std::uint64_t first, auto length) {
         BitsOf<Floating> different = 0;
         for (std::uint64_t i = 0; i < length; ++i) {
             const Floating difference = left[first + i] == right[first + i] ? Floating{0} : Floating{1};
@@ -33,7 +33,9 @@ template <class T>
 bool equalRuns(const T* left, const T* right, std::uint64_t count) {
     if constexpr (std::is_floating_point_v<Component<T>>) {
         constexpr std::uint64_t parts = sizeof(T) / sizeof(Component<T>);
-        return equalFloatingRuns(componentsOf(left), componentsOf(right), parts * count);
+        return onWidestVectors([leftParts = componentsOf(left), rightParts = componentsOf(right), end = parts * count] {
+            return equalFloatingRuns(leftParts, rightParts, end);
+        });
     } else if constexpr (std::has_unique_object_representations_v<T>) {
         return count == 0 || std::memcmp(left, right, count * sizeof(T)) == 0;
     } else {

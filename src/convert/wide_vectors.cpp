@@ -10,8 +10,7 @@ namespace {
 bool hasWideVectors() {
 #if defined(__x86_64__) && (defined(__GNUC__) || defined(__clang__))
     __builtin_cpu_init();
-    return __builtin_cpu_supports("avx512f") && __builtin_cpu_supports("avx512bw") &&
-           __builtin_cpu_supports("avx512dq") && __builtin_cpu_supports("avx512vl");
+    return __builtin_cpu_supports("avx2");
 #else
     return false;
 #endif
