@@ -240,6 +240,53 @@ inline std::vector<TransposedAxis> transposedAxes(const std::vector<std::uint64_
     return axes;
 }
 
+// A matrix of a few columns, their number known to the compiler, which then interleaves vectors of neighbouring rows.
+template <std::size_t columns, class T>
+void transposeFewColumns(const T* __restrict source, T* __restrict target, std::uint64_t rows) {
+    for (std::uint64_t row = 0; row < rows; ++row) {
+        for (std::size_t column = 0; column < columns; ++column) {
+            target[column * rows + row] = source[row * columns + column];
+        }
+    }
+}
+
+template <std::size_t rows, class T>
+void transposeFewRows(const T* __restrict source, T* __restrict target, std::uint64_t columns) {
+    for (std::uint64_t column = 0; column < columns; ++column) {
+        for (std::size_t row = 0; row < rows; ++row) {
+            target[column * rows + row] = source[row * columns + column];
+        }
+    }
+}
+
+// Transposes a matrix with as few rows or columns as points have coordinates; false, without effect, for any other.
+template <class T>
+bool transposeNarrow(const T* source, T* target, std::uint64_t rows, std::uint64_t columns) {
+    switch (columns) {
+        case 2:
+            transposeFewColumns<2>(source, target, rows);
+            return true;
+        case 3:
+            transposeFewColumns<3>(source, target, rows);
+            return true;
+        case 4:
+            transposeFewColumns<4>(source, target, rows);
+            return true;
+    }
+    switch (rows) {
+        case 2:
+            transposeFewRows<2>(source, target, columns);
+            return true;
+        case 3:
+            transposeFewRows<3>(source, target, columns);
+            return true;
+        case 4:
+            transposeFewRows<4>(source, target, columns);
+            return true;
+    }
+    return false;
+}
+
 // Copies all elements of a row-major source to a column-major target of the same shape, in which no length is 0. For
 // trivially copyable T. With the lengths in reverse order, the same copies from column-major to row-major.
 template <class T>
@@ -247,6 +294,9 @@ void transpose(const T* source, T* target, const std::vector<std::uint64_t>& len
     const std::vector<TransposedAxis> axes = transposedAxes(lengths);
     if (axes.size() < 2) {
         std::memcpy(target, source, (axes.empty() ? 1 : axes[0].length) * sizeof(T));
+        return;
+    }
+    if (axes.size() == 2 && transposeNarrow(source, target, axes[0].length, axes[1].length)) {
         return;
     }
     // Any leading axes together make rows, which are contiguous in the target, and the others make columns, which are
