@@ -28,3 +28,8 @@ set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_NAME libpyxcore-dev)
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SECTION libdevel)
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS "libpyxcore (= ${PROJECT_VERSION})")
 include(CPack)
+
+# gdb looks here, under the full name of the library, for the printers of a library in /usr, as the packages put it there.
+install(FILES ${PROJECT_SOURCE_DIR}/debugger/pyxcore.py COMPONENT development
+    DESTINATION ${CMAKE_INSTALL_DATADIR}/gdb/auto-load${CPACK_PACKAGING_INSTALL_PREFIX}/${CMAKE_INSTALL_LIBDIR}
+    RENAME libPyxCore.so.${PROJECT_VERSION}-gdb.py)

@@ -3,8 +3,8 @@
 
 # Debian packages by what they are for: the library and its clients, the tests, what scripts/check adds.
 build_packages=(g++ cmake ninja-build clang libc++-dev libc++abi-dev)
-test_packages=(libgtest-dev libgmock-dev pkgconf python3 python3-numpy valgrind)
-check_packages=(git clang-format libclang-rt-14-dev)
+test_packages=(gdb libgtest-dev libgmock-dev pkgconf python3 python3-numpy valgrind)
+check_packages=(git clang-format clang-tidy doxygen libclang-rt-14-dev)
 
 # A heading of one line, bold where the output is a terminal.
 heading() {

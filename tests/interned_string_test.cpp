@@ -4,9 +4,7 @@
 
 #include <sstream>
 #include <string>
-#include <thread>
 #include <unordered_set>
-#include <vector>
 
 namespace Quorvane::Pyx {
 namespace {
@@ -50,26 +48,6 @@ TEST(InternedString, TextsStayWhereTheyAre) {
     EXPECT_EQ(brief.view(), "stays");
     EXPECT_EQ(brief.data(), InternedString("stays").data());
     EXPECT_EQ(lengthy.data(), InternedString("a text that needs a buffer of its own").data());
-}
-
-TEST(InternedString, ThreadsGetTheSameText) {
-    constexpr int threadCount = 8;
-    constexpr int textCount = 500;
-    std::vector<std::vector<InternedString>> made(threadCount);
-    std::vector<std::thread> threads;
-    for (auto& texts : made) {
-        threads.emplace_back([&texts] {
-            for (int i = 0; i < textCount; ++i) {
-                texts.emplace_back("shared " + std::to_string(i));
-            }
-        });
-    }
-    for (std::thread& thread : threads) {
-        thread.join();
-    }
-    for (const auto& texts : made) {
-        EXPECT_EQ(texts, made.front());
-    }
 }
 
 }  // namespace

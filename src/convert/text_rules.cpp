@@ -5,11 +5,14 @@
 #include <cfenv>
 #include <charconv>
 #include <clocale>
+#include <cstddef>
 #include <cstdlib>
+#include <ios>
 #include <limits>
 #include <locale>
 #include <optional>
 #include <sstream>
+#include <string>
 #include <string_view>
 #include <system_error>
 #include <type_traits>
@@ -20,10 +23,14 @@ namespace {
 
 template <class T>
 std::string textFromStream(const T& value) {
-    std::ostringstream stream;
+    // Room for every number, digit groups included: a stream that must allocate would keep exhausted memory to itself
+    // and give a part of the text. Deliberately, its state is not read.
+    constexpr std::size_t room = 64;
+    std::ostringstream stream(std::string(room, '\0'));
     stream.precision(std::numeric_limits<T>::digits10);
     stream << value;
-    return stream.str();
+    const auto length = stream.rdbuf()->pubseekoff(0, std::ios_base::cur, std::ios_base::out);
+    return stream.str().substr(0, static_cast<std::size_t>(length));
 }
 
 // Byte for byte what the stream gives where streamsArePlain.

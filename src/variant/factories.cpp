@@ -31,7 +31,7 @@ IVariantData* constructVariantScalar(void* storage, std::uint64_t room, T value)
 
 template <class T>
 IVariantData* moveVariantScalar(void* storage, std::uint64_t, T&& value) {
-    return new (storage) ScalarVariantDataNonCounted<T>(std::move(value));
+    return new (storage) ScalarVariantDataNonCounted<T>(std::forward<T>(value));
 }
 
 IVariantData* copyConstructVariantScalar(void* storage, std::uint64_t room, const ZVariantDirectStorage& source) {

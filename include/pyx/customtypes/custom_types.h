@@ -7,6 +7,7 @@
 #include <pyx/variant/ZVariant.h>
 
 #include <string>
+#include <type_traits>
 #include <typeinfo>
 #include <utility>
 
@@ -40,7 +41,12 @@ PYXCORE_API ZVariant decodeCustomType(const EncodedCustomTypeValues& encoded);
 // CustomTypeRegistration.
 template <class T, class ToMap, class FromMap>
 void registerCustomType(const std::string& typeName, ToMap toMap, FromMap fromMap) {
-    Internal::registerCustomTypeCodec(buildCustomTypeCodec<T>(typeName, std::move(toMap), std::move(fromMap)));
+    constexpr bool areCodec =
+        std::is_invocable_r_v<PropertyMap, ToMap&, const T&> && std::is_invocable_r_v<T, FromMap&, const PropertyMap&>;
+    static_assert(areCodec, "A codec is a function from a `const T&` to a PropertyMap, and one from that to a T.");
+    if constexpr (areCodec) {
+        Internal::registerCustomTypeCodec(buildCustomTypeCodec<T>(typeName, std::move(toMap), std::move(fromMap)));
+    }
 }
 
 // The same, until this object ends.

@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <memory>
 #include <stdexcept>
+#include <string>
 #include <type_traits>
 #include <vector>
 
@@ -19,14 +20,17 @@ inline constexpr bool isIndexInteger = (std::is_integral_v<T> ||
                                         (std::is_enum_v<T> && std::is_convertible_v<T, std::uint64_t>)) &&
                                        !std::is_same_v<T, bool>;
 
+[[noreturn]] inline void throwNegative(long long number) {
+    throw std::invalid_argument("An index, step or count must not be negative: " + std::to_string(number) +
+                                ". Count from the end of an axis with `last - k` or IndexValue::fromEnd(k).");
+}
+
 // The value of an index, a step or a count. Refuses a negative number, which nowhere means `from the end`.
 template <class Integer>
 constexpr std::uint64_t requireNotNegative(Integer number) {
     if constexpr (std::is_signed_v<decltype(+number)>) {
         if (number < 0) {
-            throw std::invalid_argument(
-                "An index, step or count must not be negative. Count from the end of an axis with `last - k` or "
-                "IndexValue::fromEnd(k).");
+            throwNegative(number);
         }
     }
     return static_cast<std::uint64_t>(number);

@@ -67,9 +67,10 @@ public:
         if (value_.isNull()) {
             // Only one object at a time can be served, and a detach that failed has left one.
             detach();
-            value_ = Value::fromExternal(*this);
+            Value shown = Value::fromExternal(*this);
             // Fills the cache of the shape, which later readers on several threads then leave alone.
-            (void)value_.dimensions();
+            (void)shown.dimensions();
+            value_ = std::move(shown);
         }
         return value_;
     }

@@ -196,7 +196,7 @@ private:
         if constexpr (std::is_arithmetic_v<T>) {
             variantData = constructVariantScalar<T>(inlineBuffer, sizeof(inlineBuffer), value);
         } else {
-            variantData = moveVariantScalar<T>(inlineBuffer, sizeof(inlineBuffer), std::move(value));
+            variantData = moveVariantScalar<T>(inlineBuffer, sizeof(inlineBuffer), std::forward<T>(value));
         }
     }
 

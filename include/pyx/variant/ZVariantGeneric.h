@@ -196,13 +196,13 @@ public:
     }
 
     // The value of something with exactly one element, converted to T as a cast does it. Raises what convertOrThrow
-    // raises, and std::invalid_argument "Cannot read a single value from a ZVariant with another number of elements.".
+    // raises, and std::invalid_argument "Cannot read a single value from a ZVariant with 6 elements.".
     template <class T>
     [[nodiscard]] T as() const {
         using Element = Internal::StoredElement<T>;
         static_assert(Internal::isWellKnownElement<Element>, "Read elements of a class of your own with elementAt.");
         if (elementCount() != 1) {
-            throw std::invalid_argument("Cannot read a single value from a ZVariant with another number of elements.");
+            throwNotSingle(elementCount());
         }
         return static_cast<T>(convertOrThrow(Internal::ElementTraits<Element>::code).template elementAt<Element>(0));
     }
@@ -378,6 +378,11 @@ private:
                       "64-bit `long`, `signed char` or `unsigned char` for `char`.");
     }
 
+    [[noreturn]] static void throwNotSingle(std::uint64_t count) {
+        throw std::invalid_argument("Cannot read a single value from a ZVariant with " + std::to_string(count) +
+                                    " elements.");
+    }
+
     WellKnownType requireNumericType() const {
         const WellKnownType type = wellKnownDataType();
         Internal::requireNumericView(type);
@@ -387,6 +392,8 @@ private:
     // Elements are lent by reference, so T must be stored as it is.
     template <class T>
     static constexpr void requireReadable() {
+        static_assert(Internal::isWellKnownElement<T> || std::is_integral_v<T> || std::is_class_v<T>,
+                      "No value has elements of this type: name an element type of PyxCore, or a class of your own.");
         requireStoredType<T>();
         Storage::template requireLayout<T>();
     }
