@@ -1,8 +1,10 @@
 // Offsets, index tuples and strides, against a walk over the shape.
 #include <gmock/gmock.h>
+#include <pyx/format/ConsoleFormatter.h>
 #include <pyx/indexing/ArrayIndexing.h>
 
 #include <stdexcept>
+#include <utility>
 #include <vector>
 
 namespace Quorvane::Pyx {
@@ -22,6 +24,18 @@ const Ordering rowMajor{ArrayIndexing::calculateOffsetRowMajor, ArrayIndexing::C
                         ArrayIndexing::CalculateDimStrideRowMajor, true};
 const Ordering columnMajor{ArrayIndexing::calculateOffsetColumnMajor, ArrayIndexing::CalculateIndicesColumnMajor,
                            ArrayIndexing::CalculateDimStrideColumnMajor, false};
+
+// Without state, and with every operation of a value all the same, which old clients may call.
+TEST(StatelessClasses, AreValues) {
+    ArrayIndexing first;
+    ArrayIndexing second(first);
+    second = first;
+    second = std::move(first);
+    ConsoleFormatter formatter;
+    ConsoleFormatter copy(formatter);
+    copy = formatter;
+    copy = std::move(formatter);
+}
 
 TEST(ArrayIndexing, OffsetsAndIndicesAreInverseAlongTheWalk) {
     for (const Ordering& ordering : {rowMajor, columnMajor}) {

@@ -1,4 +1,6 @@
 // The registry of codecs, with the built-in codec and with classes of a client.
+#include "element_sequence.h"
+
 #include <gmock/gmock.h>
 #include <pyx/pyx.h>
 
@@ -33,6 +35,30 @@ constexpr const char* conflictText = "The proposed addition conflicts with a pre
 
 PropertyPath decodedPath(PropertyList segments) {
     return decodeCustomType({"PropertyPath", PropertyMap{{"path", std::move(segments)}}}).elementAt<PropertyPath>(0);
+}
+
+template <class T>
+struct CustomElementsTo : testing::Test {};
+TYPED_TEST_SUITE(CustomElementsTo, AllElementTypes, );
+
+TYPED_TEST(CustomElementsTo, EveryTypeAreDefaultsOrRefused) {
+    using T = TypeParam;
+    const WellKnownType target = Internal::ElementTraits<T>::code;
+    const auto convert = [target](const ZVariant& value, ConversionMode mode = ConversionMode::Exact) {
+        return value.convertTo(target, mode);
+    };
+    EXPECT_EQ(convert(ZVariant::fromCustom(Point())), ZVariant(T{}));
+    EXPECT_TRUE(convert(ZVariant::fromCustom(Point{1, 2})).isNull());
+    EXPECT_TRUE(convert(ZVariant::fromCustom(Point()), ConversionMode::Cast).isNull());
+
+    auto points = ZVariant::fromVector(std::vector<Point>{{}, {}, {}, {1, 2}}, {2, 2}, DataOrdering::ColumnMajor);
+    EXPECT_TRUE(convert(points).isNull());
+    points.reshapeNoRealloc({3});
+    const ZVariant defaults = convert(points);
+    EXPECT_EQ(defaults.dataOrdering(), DataOrdering::ColumnMajor);
+    ASSERT_EQ(defaults.dimensions(), ArrayDimensionsView({3}));
+    EXPECT_EQ(defaults.template elementAt<T>(2), T{});
+    EXPECT_TRUE(convert(points, ConversionMode::Cast).isNull());
 }
 
 TEST(CustomTypes, ScalarsAndArraysGoToTreesAndBack) {

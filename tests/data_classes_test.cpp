@@ -53,7 +53,8 @@ TEST(NullData, AnswersNothingAndConvertsToEmptyArrays) {
     EXPECT_EQ(null->numberAllocatedElements(), 0u);
     EXPECT_FALSE(null->isScalarStorage());
     EXPECT_EQ(null->constStoredData(), nullptr);
-    EXPECT_EQ(null->storedTypeInfo(), nullptr);
+    EXPECT_EQ(null->mutableStoredData(), nullptr);
+    EXPECT_TRUE(null->storedTypeInfo() == nullptr && null->customTypeOperations() == nullptr);
     EXPECT_EQ(null->reshapeToZVariant(null, {2}, DataOrdering::RowMajor), nullptr);
     null->reshapeNoRealloc({});
     EXPECT_THAT([&] { null->reshapeNoRealloc({0}); },
@@ -183,6 +184,15 @@ TYPED_TEST(EachElementType, ArraysWithoutDataHaveDefaultElements) {
     EXPECT_THROW(
         constructVariantVectorWithoutDataWithDimsUnresolved<T>({~std::uint64_t{0} / sizeof(T)}, DataOrdering{}),
         std::bad_alloc);
+}
+
+TEST(LargeArrays, CanBeWrittenFromEndToEnd) {
+    const std::uint64_t count = std::uint64_t{1} << 20;
+    const OwnedData<> array(
+        constructVariantVectorWithoutDataWithDimsUnresolved<double>({count}, DataOrdering::RowMajor));
+    auto* const elements = static_cast<double*>(array->mutableStoredData());
+    std::fill_n(elements, count, 0.5);
+    EXPECT_EQ(elements[count - 1], 0.5);
 }
 
 TYPED_TEST(EachElementType, VectorsAreAdopted) {

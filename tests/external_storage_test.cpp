@@ -129,6 +129,7 @@ TEST(ExternalStorage, IsAskedAfreshEveryTime) {
     data->reshapeNoRealloc({4, 2});
     EXPECT_EQ(data->dimensions(), ArrayDimensionsView({4, 2}));
     EXPECT_EQ(element<int>(data, 7), 70);
+    EXPECT_EQ(data->mutableStoredData(), client.elements.get());
     const OwnedData<> converted(data->convertDataTo(WellKnownType::double_, ConversionMode::Exact));
     EXPECT_EQ(element<double>(converted, 7), 70);
     const OwnedData<> pairs(constructTransmuteRealToComplexVariant(show(client).release()));

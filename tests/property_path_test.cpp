@@ -16,7 +16,7 @@ const PropertyPath path{"a", 3, "b"};
 
 TEST(PropertyPath, IsASequenceOfNamesAndPositions) {
     PropertyPath built;
-    built.append(std::string("a"));
+    built.append(InternedString("a"));
     built.append(3u);
     EXPECT_EQ(built / "b", path);
     EXPECT_EQ(path.parent(), built);

@@ -35,6 +35,10 @@ struct PastTheEnd : IndexItem {
     std::unique_ptr<IndexItem> clone() const override { return std::make_unique<PastTheEnd>(); }
 };
 
+struct WithoutCopy : PastTheEnd {
+    std::unique_ptr<IndexItem> clone() const override { return nullptr; }
+};
+
 // Otherwise `{true, 1}` and `{axis, 1}` would be lists of as many sets, all of them {1}.
 enum Axis { axisOfTime = 2 };
 static_assert(std::is_convertible_v<Axis, IndexSet> && std::is_convertible_v<int, IndexSet>);
@@ -70,7 +74,8 @@ TEST(IndexSet, SelectsAscendingPositionsOnce) {
         {{4, last - 1}, 0, {4, maximum - 1}},
     };
     for (const auto& [set, length, positions] : cases) {
-        IndexSet copy = set;
+        IndexSet copy = 0;
+        copy = set;
         copy.add(copy);
         EXPECT_EQ(copy.items().size(), 2 * set.items().size());
         EXPECT_EQ(copy.sortedIndices(length), positions);
@@ -95,6 +100,7 @@ TEST(IndexSet, RefusesWhatItCannotSelect) {
     EXPECT_THROW(seq(0, 1, -1), std::invalid_argument);
     EXPECT_THROW(firstN(std::numeric_limits<int>::min()), std::invalid_argument);
     EXPECT_THROW(lastN(-1), std::invalid_argument);
+    EXPECT_THROW(static_cast<void>(IndexSet{WithoutCopy()}), std::invalid_argument);
 }
 
 TEST(IndexSet, OneElementIsASetForEachIndex) {
@@ -140,6 +146,8 @@ TEST(SliceFlattener, FindsEveryCombinationInWalkOrder) {
         {{4, 1, 6}, {2, 0, all}},
         {{3, 2, 2, 3}, {{2, 1}, all, last, {0, 2, 0}}},
         {{7}, {{6, seq(0, 4, 2)}}},
+        {{5, 8}, {{0, 1, 4}, {1, 5, 6}}},
+        {{5, 2, 8}, {{0, 1, 4}, all, {1, 5, 6}}},
         {{4, 5}, {all, {}}},
         {{0, 5}, {{}, all}},
     };
@@ -207,6 +215,11 @@ TEST(SliceFlattener, ChecksComeInTheirOrder) {
     EXPECT_THAT(flat(6, {2, 3}, unknownWalk), ThrowsMessage<std::out_of_range>("Index value out-of-range"));
     EXPECT_THAT(flat(1, {2}, unknownWalk), ThrowsMessage<Invalid>(invalidWalk));
     EXPECT_THAT(flat(PastTheEnd(), {2, 3}, walkData), ThrowsMessage<std::out_of_range>("Index value out-of-range"));
+    constexpr auto large = std::uint64_t{1} << 32;
+    EXPECT_THROW(slice({all, seq(0, large / 4 - 1)}, {large, large}, walkData)(), std::bad_alloc);
+    // More combinations than can be counted: deliberately as many as the wrapped product, here none.
+    EXPECT_TRUE(SliceFlattener(std::vector<IndexSet>{all, all}, {large, large}, DataOrdering::RowMajor, walkData)
+                    .offsets.empty());
     for (const Positions& shape : {Positions{}, {2, 0}, {0, 2}}) {
         EXPECT_TRUE(SliceFlattener(IndexSet(), shape, DataOrdering::RowMajor, walkColumns).offsets.empty());
         EXPECT_NO_THROW(flat({1, 4}, shape, walkColumns)());

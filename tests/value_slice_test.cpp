@@ -270,7 +270,9 @@ TEST(Slices, ScalarsAndNullsAndShapesWithoutElements) {
     EXPECT_THROW((void)null.element({}), std::invalid_argument);
     EXPECT_THROW(null.assignElement({}, 5), std::invalid_argument);
     null.assignFlatSlice({}, null.flatSlice({}));
+    null.assignSlice({}, 5);
     EXPECT_TRUE(null.isNull());
+    EXPECT_THROW(null.assignSlice({}, ZVariant::fromData({1, 2})), std::invalid_argument);
 
     const ZVariant empty = ZVariant::allocate<int>({2, 0});
     EXPECT_THROW((void)empty.flatSlice(all, UseDataOrdering::WalkColumnMajor), std::out_of_range);

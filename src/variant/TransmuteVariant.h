@@ -66,9 +66,9 @@ public:
 
     // A plain array of as many elements as the shape shows.
     IVariantData* duplicate() const final {
+        const IVariantData* const source = reinterpretsNothing() ? data_.get() : this;
         return dispatchElementType(this->wellKnownDataType(), [&](auto tag) {
-            return ElementOperations<typename decltype(tag)::type>::rebuild(reinterpretsNothing() ? data_.get() : this,
-                                                                            dimensions_, dataOrdering());
+            return ElementOperations<typename decltype(tag)::type>::rebuild(source, dimensions_, dataOrdering());
         });
     }
 

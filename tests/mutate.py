@@ -1,0 +1,118 @@
+"""Changes the rules of elements one place at a time, and tells which changes no test notices.
+
+Works on a copy of the sources in a folder of its own. A mutant that does not compile does not count. Fails when more
+than one in twenty survives:
+
+    mutate.py source-folder work-folder [number of mutants] [seed]
+"""
+
+import pathlib
+import random
+import re
+import resource
+import shutil
+import subprocess
+import sys
+
+# Where the rules of elements stand: conversion, text, comparison, ordering.
+RULES = [
+    "src/convert/comparison.cpp",
+    "src/convert/conversion_matrix.h",
+    "src/convert/element_comparison.h",
+    "src/convert/number_rules.h",
+    "src/convert/number_runs.h",
+    "src/convert/reorder.cpp",
+    "src/convert/text_rules.cpp",
+    "src/convert/transpose.h",
+    "src/types/WellKnownType.cpp",
+]
+
+# Operators stand between blanks, which tells them from template brackets, references and pointers.
+OPERATORS = {
+    "==": "!=", "!=": "==", "<": "<=", "<=": "<", ">": ">=", ">=": ">", "&&": "||", "||": "&&",
+    "+": "-", "-": "+", "*": "+", "/": "*", "%": "/", "&": "|", "|": "&", "^": "|", "<<": ">>", ">>": "<<",
+    "+=": "-=", "-=": "+=", "*=": "+=", "&=": "|=", "|=": "&=",
+}
+OPERATOR = re.compile(r"(?<= )(" + "|".join(map(re.escape, sorted(OPERATORS, key=len, reverse=True))) + r")(?= )")
+WORD = re.compile(r"\b(true|false|\d+)\b")
+ARGUMENTS = re.compile(r"(?<=\()([\w.]+), ([\w.]+)(?=\))")
+
+# Lines that say nothing about elements: their change is no fault, or a fault of speed alone.
+NO_RULE = re.compile(r"^\s*(//|#|template|static_assert|using |namespace|constexpr bool isComplex)|BlockLength|longRun"
+                     r"|partLength|tileLength|maximumLength|staysFloating|__has_|PYXCORE_|typeid")
+
+TESTS = [
+    ("internal_tests", "*"),
+    ("boundary_tests", "*Compar*:*Equivalence*:*Catalogue*:*Slice*:*ValueText*"),
+]
+
+
+def mutants_of(text):
+    """All changed forms of a text: (line number, what becomes what, the form)."""
+    start = 0
+    for number, line in enumerate(text.splitlines(keepends=True), 1):
+        code = "" if NO_RULE.search(line) else line.split("//")[0]
+        found = [(match, OPERATORS[match[0]]) for match in OPERATOR.finditer(code)]
+        for match in WORD.finditer(code):
+            flipped = {"true": "false", "false": "true"}.get(match[0])
+            found.append((match, flipped or str(int(match[0]) + 1)))
+        found += [(match, f"{match[2]}, {match[1]}") for match in ARGUMENTS.finditer(code) if match[1] != match[2]]
+        for match, replacement in found:
+            begin, end = start + match.start(), start + match.end()
+            yield number, f"{line.strip()}  ({match[0]} -> {replacement})", text[:begin] + replacement + text[end:]
+        start += len(line)
+
+
+def runs(command, folder, seconds):
+    def limit_memory():
+        # A mutant may ask for all there is.
+        resource.setrlimit(resource.RLIMIT_AS, (8 << 30, 8 << 30))
+
+    try:
+        return subprocess.run(command, cwd=folder, capture_output=True, timeout=seconds,
+                              preexec_fn=limit_memory).returncode == 0
+    except subprocess.TimeoutExpired:
+        return False
+
+
+def builds(work):
+    return runs(["cmake", "--build", "build", "--target", *(name for name, _ in TESTS)], work, 1800)
+
+
+def passes(work):
+    return all(runs([f"build/tests/{name}", f"--gtest_filter={tests}", "--gtest_fail_fast", "--gtest_brief=1"], work, 300)
+               for name, tests in TESTS)
+
+
+def main(source, work, wanted=100, seed=1):
+    for part in ("CMakeLists.txt", "cmake", "docs", "examples", "include", "src", "tests"):
+        copy = shutil.copytree if (source / part).is_dir() else shutil.copy2
+        if not (work / part).exists():
+            work.mkdir(parents=True, exist_ok=True)
+            copy(source / part, work / part)
+    subprocess.run(["cmake", "-S", ".", "-B", "build", "-G", "Ninja", "-DCMAKE_BUILD_TYPE=Debug",
+                    "-DCMAKE_CXX_FLAGS_DEBUG=-O0"], cwd=work, check=True, capture_output=True)
+    if not builds(work) or not passes(work):
+        sys.exit("the tests fail before anything is changed")
+    places = [(path, *mutant) for path in RULES for mutant in mutants_of((source / path).read_text())]
+    random.Random(seed).shuffle(places)
+    survivors, tried = [], 0
+    for path, line, change, text in places:
+        if tried == wanted:
+            break
+        (work / path).write_text(text)
+        if builds(work):
+            tried += 1
+            survived = passes(work)
+            print(f"{tried}: {'SURVIVED' if survived else 'caught'}  {path}:{line}: {change}", flush=True)
+            if survived:
+                survivors.append(f"{path}:{line}: {change}")
+        shutil.copy2(source / path, work / path)
+        (work / path).touch()
+    print(f"{tried - len(survivors)} of {tried} mutants were caught, of {len(places)} places.")
+    print("\n".join(survivors))
+    return 20 * len(survivors) > tried
+
+
+if __name__ == "__main__":
+    sys.exit(main(pathlib.Path(sys.argv[1]).resolve(), pathlib.Path(sys.argv[2]).resolve(), *map(int, sys.argv[3:])))
