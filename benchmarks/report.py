@@ -19,7 +19,7 @@ ROOT = pathlib.Path(__file__).resolve().parent.parent
 MIB = 2**20
 
 # Contenders that do less than the task, so that nothing can be much faster; all others are peers.
-LIMITS = {"memcpy", "sum alone"}
+LIMITS = {"memcpy", "sum alone", "make_shared alone"}
 
 # Tasks, the peer, and the ratio that ours may reach at most. The first that matches counts. Without a peer it is our
 # own size in bytes.
@@ -57,6 +57,21 @@ TARGETS = [
 TIMES = [("s", 1e9), ("ms", 1e6), ("us", 1e3), ("ns", 1)]
 SIZES = [("MiB", MIB), ("KiB", 1024), ("B", 1)]
 PEER_PACKAGES = ["libc6", "python3-numpy", "nlohmann-json3-dev", "libfmt-dev", "libboost-dev"]
+
+# What the README shows: a task and the peer.
+SUMMARY = {
+    ("convert, 10^6: double to int32", "NumPy astype"),
+    ("convert, 1.6x10^7: int32 to double", "NumPy astype"),
+    ("reorder: double 4096x4096", "NumPy copy"),
+    ("reorder: float 1000000x3", "NumPy copy"),
+    ("slice: 512x512 step 2 of 1024x1024", "NumPy copy"),
+    ("make, copy, destroy: text of 8", "nlohmann::json"),
+    ("copy and drop: shared array", "std::shared_ptr"),
+    ("text, 10^5: double to text", "{fmt}"),
+    ("text, 10^5: text to double", "strtod"),
+    ("intern a known text: of 40", "boost::flyweight"),
+    ("tree of 110,000 nodes: build", "nlohmann::json"),
+}
 
 # A row of the table: a task of ours beside one peer. Peer and limit are (name, value, ratio) with None for what is not
 # there; `met` is None without a target or without a measured peer.
@@ -140,6 +155,12 @@ def task_table(rows):
     return markdown_table(head, [cells(row) for row in rows]) + summary
 
 
+def summary_table(rows):
+    head = ("task", "ours:", "beside", "theirs:", "ours/theirs:")
+    lines = [cells(row) for row in rows if (row.task, row.peer[0]) in SUMMARY]
+    return markdown_table(head, [(*line[:4], line[6]) for line in lines])
+
+
 def growth_table(results):
     """Time for each element, by task and number of elements."""
     growth = collections.defaultdict(dict)
@@ -188,12 +209,13 @@ def machine():
 
 
 def write_documents(sections, rows):
-    path = ROOT / "docs/benchmarks.md"
-    text = path.read_text(encoding="utf-8")
-    for name, content in sections.items():
-        pattern = rf"(<!-- written by scripts/bench: {name} -->\n).*?(<!-- end -->)"
-        text = re.sub(pattern, lambda match: f"{match[1]}{content}\n{match[2]}", text, flags=re.DOTALL)
-    path.write_text(text, encoding="utf-8")
+    for document in ("README.md", "docs/benchmarks.md"):
+        path = ROOT / document
+        text = path.read_text(encoding="utf-8")
+        for name, content in sections.items():
+            pattern = rf"(<!-- written by scripts/bench: {name} -->\n).*?(<!-- end -->)"
+            text = re.sub(pattern, lambda match: f"{match[1]}{content}\n{match[2]}", text, flags=re.DOTALL)
+        path.write_text(text, encoding="utf-8")
     compared = [(row.task, row.peer[0], row.peer[2], row.met) for row in rows if row.peer[2]]
     (ROOT / "docs/benchmarks.svg").write_text(chart.draw(compared), encoding="utf-8")
 
@@ -208,6 +230,7 @@ def main():
     sections = {"machine": machine()}
     if rows:
         sections["tasks"] = task_table(rows)
+        sections["summary"] = summary_table(rows)
         print(sections["tasks"])
     if growth:
         sections["growth"] = growth_table(growth)

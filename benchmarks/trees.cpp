@@ -11,6 +11,7 @@
 #include <cstdint>
 #include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 using namespace Quorvane::Pyx;
@@ -112,6 +113,28 @@ void addTree(const char* contender, Tree (*make)()) {
         [](std::unique_ptr<Tree>& tree) { tree.reset(); });
 }
 
+// Makes the objects of a frozen tree, each of which is shared for itself, without their contents.
+void addAllocationsOfFreezing() {
+    using Objects = std::vector<std::shared_ptr<const void>>;
+    addWithState(
+        "tree of 110,000 nodes: freeze", "make_shared alone",
+        [] {
+            Objects objects;
+            objects.reserve(nodes + branches);
+            return objects;
+        },
+        [](Objects& objects) {
+            for (int branch = 0; branch < branches; ++branch) {
+                Internal::FPropertyMapData entries;
+                entries.entries.reserve(leaves);
+                objects.push_back(std::make_shared<const Internal::FPropertyMapData>(std::move(entries)));
+                for (int node = 0; node <= leaves; ++node) {
+                    objects.push_back(std::make_shared<const Internal::FPropertyNodeImpl>(FPropertyMap()));
+                }
+            }
+        });
+}
+
 // Bytes for each node of the tree that make() gives.
 template <class Make>
 void addNodeBytes(const char* form, const char* contender, Make make) {
@@ -133,6 +156,8 @@ void addTrees() {
 
     addTree<PropertyNode, FPropertyNode>("ours", [] { return makeTree(); });
     addTree<nlohmann::json, nlohmann::json>("nlohmann::json", makeJson);
+
+    addAllocationsOfFreezing();
 
     addNodeBytes("working tree", "ours", [] { return makeTree(); });
     addNodeBytes("working tree", "nlohmann::json", makeJson);
