@@ -466,6 +466,13 @@ private:
         if (!isKnownMode && (left.object->leadsToStorage() || right.object->leadsToStorage())) {
             return;
         }
+        // A view converts to a view, which reorders what it hides as well. The model's conversion hides nothing.
+        const auto hidesElements = [](const Handle& handle, const Array& array) {
+            return handle.object->viewed != nullptr && array.elements.size() > array.shown();
+        };
+        if (one.type != other.type && (hidesElements(left, one) || hidesElements(right, other))) {
+            return;
+        }
         // An attached storage cannot be reordered.
         const auto isLong = [](std::uint64_t length) { return length >= 2; };
         const bool isReordered = one.shown() >= 2 && one.shape == other.shape && one.type == other.type &&
