@@ -246,5 +246,24 @@ TEST(AdoptedVectorConversion, GivesDefaultElementsWhereTheVectorHasNone) {
     EXPECT_TRUE(value.convertTo(WellKnownType::int32, ConversionMode::Exact).isNull());
 }
 
+TEST(WideVectors, CompareAsAllOthers) {
+    const double nan = std::nan("");
+    for (const bool wide : {false, true}) {
+        allowWideVectors(wide);
+        for (std::size_t position = 0; position < 77; ++position) {
+            std::vector<double> left(77, -0.0);
+            std::vector<double> right(77, 0.0);
+            const auto areEqual = [&] {
+                return ZVariant::fromData(left.data(), left.size()) == ZVariant::fromData(right.data(), right.size());
+            };
+            EXPECT_TRUE(areEqual());
+            left[position] = right[position] = nan;
+            EXPECT_FALSE(areEqual()) << position;
+            left[position] = 1;
+            EXPECT_FALSE(areEqual()) << position;
+        }
+    }
+}
+
 }  // namespace
 }  // namespace Quorvane::Pyx
