@@ -7,6 +7,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
+#include <type_traits>
 #include <utility>
 #include <vector>
 
@@ -259,32 +260,29 @@ void transposeFewRows(const T* __restrict source, T* __restrict target, std::uin
     }
 }
 
-// Transposes a matrix with as few rows or columns as points have coordinates; false, without effect, for any other.
-template <class T>
-bool transposeNarrow(const T* source, T* target, std::uint64_t rows, std::uint64_t columns) {
-    switch (columns) {
+// Calls visit with the number as a constant of the compiler when it is as few as points have coordinates, and tells
+// whether it is.
+template <class Visit>
+bool visitFew(std::uint64_t number, Visit visit) {
+    switch (number) {
         case 2:
-            transposeFewColumns<2>(source, target, rows);
+            visit(std::integral_constant<std::size_t, 2>());
             return true;
         case 3:
-            transposeFewColumns<3>(source, target, rows);
+            visit(std::integral_constant<std::size_t, 3>());
             return true;
         case 4:
-            transposeFewColumns<4>(source, target, rows);
-            return true;
-    }
-    switch (rows) {
-        case 2:
-            transposeFewRows<2>(source, target, columns);
-            return true;
-        case 3:
-            transposeFewRows<3>(source, target, columns);
-            return true;
-        case 4:
-            transposeFewRows<4>(source, target, columns);
+            visit(std::integral_constant<std::size_t, 4>());
             return true;
     }
     return false;
+}
+
+// Transposes a matrix with few rows or columns; false, without effect, for any other.
+template <class T>
+bool transposeNarrow(const T* source, T* target, std::uint64_t rows, std::uint64_t columns) {
+    return visitFew(columns, [=](auto few) { transposeFewColumns<few.value>(source, target, rows); }) ||
+           visitFew(rows, [=](auto few) { transposeFewRows<few.value>(source, target, columns); });
 }
 
 // Copies all elements of a row-major source to a column-major target of the same shape, in which no length is 0. For
