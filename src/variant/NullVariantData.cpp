@@ -1,7 +1,5 @@
 #include "variant/NullVariantData.h"
 
-#include <pyx/types/dispatch.h>
-#include <pyx/variant/VectorVariantData.h>
 #include <pyx/variant/factories.h>
 
 #include <stdexcept>
@@ -69,10 +67,7 @@ IVariantData* NullVariantData::convertDataTo(WellKnownType target, ConversionMod
     if (target == WellKnownType::unknown) {
         return this;
     }
-    return dispatchElementType(target, [](auto tag) -> IVariantData* {
-        using T = typename decltype(tag)::type;
-        return VectorVariantData<T>::make({}, DataOrdering::RowMajor).release();
-    });
+    return constructDefaultArray(target, {}, DataOrdering::RowMajor);
 }
 
 }  // namespace Quorvane::Pyx::Internal

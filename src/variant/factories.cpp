@@ -6,7 +6,9 @@
 #include <pyx/variant/VectorVariantData.h>
 #include <pyx/variant/ZVariantDirectStorage.h>
 
+#include <algorithm>
 #include <new>
+#include <type_traits>
 #include <utility>
 
 namespace Quorvane::Pyx::Internal {
@@ -53,6 +55,25 @@ template <class T>
 IVariantData* constructVariantVectorWithoutDataWithDimsUnresolved(ArrayDimensionsView dimensions,
                                                                   DataOrdering ordering) {
     return VectorVariantData<T>::make(dimensions, ordering).release();
+}
+
+IVariantData* constructDefaultScalar(WellKnownType type) {
+    return dispatchElementType(type, [](auto tag) -> IVariantData* {
+        using T = typename decltype(tag)::type;
+        return new ScalarVariantDataRefCounted<T>(T{});
+    });
+}
+
+IVariantData* constructDefaultArray(WellKnownType type, ArrayDimensionsView dimensions, DataOrdering ordering) {
+    return dispatchElementType(type, [&](auto tag) -> IVariantData* {
+        using T = typename decltype(tag)::type;
+        auto defaults = VectorVariantData<T>::make(dimensions, ordering);
+        // Elements of other types are made so.
+        if constexpr (std::is_arithmetic_v<T>) {
+            std::fill_n(defaults->elements(), defaults->numberAllocatedElements(), T{});
+        }
+        return defaults.release();
+    });
 }
 
 template <class T>

@@ -31,4 +31,9 @@ decltype(auto) dispatchElementType(WellKnownType type, Visitor&& visitor) {
     throw std::runtime_error(type.isNumeric() ? "not a numeric type" : "unknown type");
 }
 
+// Raises as dispatchElementType does when the code has no element type.
+inline void requireElementType(WellKnownType type) {
+    dispatchElementType(type, [](auto) {});
+}
+
 }  // namespace Quorvane::Pyx::Internal

@@ -3,7 +3,6 @@
 
 #include <pyx/types/dispatch.h>
 #include <pyx/variant/ElementOperations.h>
-#include <pyx/variant/OwnedData.h>
 #include <pyx/variant/ScalarVariantData.h>
 #include <pyx/variant/VectorVariantData.h>
 #include <pyx/variant/array_operations.h>
@@ -48,28 +47,17 @@ struct CustomElementOperations {
     }
 
     static IVariantData* convertScalar(const T& value, WellKnownType target, ConversionMode mode) {
-        return dispatchElementType(target, [&](auto tag) -> IVariantData* {
-            using Target = typename decltype(tag)::type;
-            return areDefault(&value, 1, mode) ? constructVariantScalar<Target>(nullptr, 0, Target{}) : nullptr;
-        });
+        requireElementType(target);
+        return areDefault(&value, 1, mode) ? constructDefaultScalar(target) : nullptr;
     }
 
     static IVariantData* convertArray(const IVariantData& source, WellKnownType target, ConversionMode mode) {
-        return dispatchElementType(target, [&](auto tag) -> IVariantData* {
-            using Target = typename decltype(tag)::type;
-            const std::uint64_t shown = source.dimensions().elementCount();
-            const std::uint64_t count = std::min(shown, source.numberAllocatedElements());
-            if (!areDefault(static_cast<const T*>(source.constStoredData()), count, mode)) {
-                return nullptr;
-            }
-            OwnedData<> defaults(constructVariantVectorWithoutDataWithDimsUnresolved<Target>(source.dimensions(),
-                                                                                             source.dataOrdering()));
-            // The factory leaves these uninitialised.
-            if constexpr (std::is_arithmetic_v<Target>) {
-                std::fill_n(static_cast<Target*>(defaults->mutableStoredData()), shown, Target{});
-            }
-            return defaults.release();
-        });
+        requireElementType(target);
+        const ArrayDimensionsView dimensions = source.dimensions();
+        const std::uint64_t shown = std::min(dimensions.elementCount(), source.numberAllocatedElements());
+        return areDefault(static_cast<const T*>(source.constStoredData()), shown, mode)
+                   ? constructDefaultArray(target, dimensions, source.dataOrdering())
+                   : nullptr;
     }
 
     static IVariantData* reorder(const IVariantData& source, DataOrdering wanted) {

@@ -46,6 +46,12 @@ template <class T>
 PYXCORE_API IVariantData* constructVariantVectorWithoutDataWithDimsUnresolved(ArrayDimensionsView dimensions,
                                                                               DataOrdering ordering);
 
+// A new scalar, and a new array of the shape, of default elements: 0, false or empty. A new reference. Raise as
+// dispatchElementType does when the code has no element type.
+PYXCORE_API IVariantData* constructDefaultScalar(WellKnownType type);
+PYXCORE_API IVariantData* constructDefaultArray(WellKnownType type, ArrayDimensionsView dimensions,
+                                                DataOrdering ordering);
+
 // A new array with copies of the `length` elements of T at `data`, in storage order; without dimensions it has one, as
 // long as the data. A new reference. Raises std::length_error "dimensions do not match data length".
 template <class T>
