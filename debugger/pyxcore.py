@@ -5,11 +5,13 @@ interned texts as their text.
     (gdb) print grid
     $1 = double[2, 3] = {1, 2, 3, 4, 5, 6}
 
-Values are asked by the operations of their data objects, so the program must be running; only the thread at hand runs
-meanwhile. Nothing need be known of the classes behind them, of which the library carries no debug information.
+Nothing is called in the program, so a core file serves as well. The library carries no debug information: a data object
+tells its class by the std::type_info beside its table of operations, and its members are known by their places.
 """
-import contextlib
+import math
 import re
+import struct
+import typing
 
 import gdb
 import gdb.printing
@@ -17,168 +19,220 @@ import gdb.printing
 NAMESPACE = "Quorvane::Pyx::"
 ROW_MAJOR = 0
 
-# The places of the operations of IVariantData, which are fixed, behind the two of its destructor; and their results.
-OPERATIONS = {
-    "numberAllocatedElements": (5, "unsigned long"),
-    "dimensions": (6, NAMESPACE + "ArrayDimensionsView"),
-    "isScalarStorage": (7, "bool"),
-    "dataOrdering": (8, "unsigned int"),
-    "wellKnownDataType": (9, NAMESPACE + "WellKnownType"),
-    "storedTypeInfo": (10, "void*"),
-    "constStoredData": (15, "void*"),
+# The memory of the classes behind values, as far as it is read, in the notation of the module struct without padding.
+# It is the same for all element types; an element inside an object stands behind it, at the next place that is aligned
+# for it.
+VECTOR = "QQ8x"
+LAYOUTS = {
+    "NullVariantData": "8x",
+    "ScalarVariantDataNonCounted": "8x",
+    "ScalarVariantDataRefCounted": "12x",
+    # The number of elements, dimensions, ordering.
+    "VectorVariantData": f"16x Q {VECTOR} I 12x",
+    # Elements, dimensions, ordering.
+    "StdVectorVariantData": f"16x {VECTOR} {VECTOR} I",
+    # The data object behind, dimensions.
+    "TransmuteRealToComplexVariant": f"16x Q {VECTOR}",
+    "TransmuteComplexToRealVariant": f"16x Q {VECTOR}",
+    # The client, snapshot.
+    "ExternalVariantStorageAdaptor": "16x Q 24x Q",
+    # The first element, dimensions, ordering.
+    "ExternalBuffer": f"64x Q {VECTOR} I",
 }
 
+# By the C++ type: the name of the element type, and its memory.
+NUMBERS = {
+    "double": ("double", "d"),
+    "float": ("float", "f"),
+    "signed char": ("int8", "b"),
+    "short": ("int16", "h"),
+    "int": ("int32", "i"),
+    "long long": ("int64", "q"),
+    "bool": ("bool", "?"),
+    "unsigned char": ("unsignedInt8", "B"),
+    "unsigned short": ("unsignedInt16", "H"),
+    "unsigned int": ("unsignedInt32", "I"),
+    "unsigned long long": ("unsignedInt64", "Q"),
+}
+COMPLEX_OF = {number: f"std::complex<{number}>" if code in "df" else f"{NAMESPACE}Complex<{number}, void>"
+              for number, (_, code) in NUMBERS.items()}
+COMPONENT_OF = {complex_number: number for number, complex_number in COMPLEX_OF.items()}
+ELEMENT_TYPES = {
+    **NUMBERS,
+    **{COMPLEX_OF[number]: ("complex" + name[0].upper() + name[1:], 2 * code)
+       for number, (name, code) in NUMBERS.items()},
+    # Where the characters are, their number, and room for short texts.
+    "std::__cxx11::basic_string<char, std::char_traits<char>, std::allocator<char> >": ("string", "QQ16x"),
+    NAMESPACE + "Duration": ("duration", "QQ"),
+    NAMESPACE + "TimePoint": ("timePoint", "QQ"),
+}
 
-def ask(data, operation):
-    """The result of an operation of the data object at this address."""
-    operations = require_data_object(int(data))
-    place, result = OPERATIONS[operation]
-    function = word_at(operations + 8 * place)
-    with contextlib.ExitStack() as settings:
-        for name, wanted in (("language", "c++"), ("scheduler-locking", "on"), ("unwindonsignal", "on")):
-            settings.enter_context(gdb.with_parameter(name, wanted))
-        return gdb.parse_and_eval(f"(({result} (*)(void*)){function})((void*){int(data)})")
+# Memory without a value yet may promise a text or a list of any length.
+LONGEST_SHOWN = 1000
 
 
-def require_data_object(address):
-    """The table of operations of a data object. Raises gdb.error for other memory, as that of a variable without a
-    value yet, since what stands there must not be called."""
-    operations = word_at(address)
-    if not class_name(word_at(operations - 8)).startswith("N8Quorvane3Pyx8Internal"):
-        raise gdb.error("no data object")
-    return operations
+class KnownType:
+    """An element type of the library."""
+
+    def __init__(self, name, layout):
+        self.name, self.layout = name, layout
+        self.size = struct.calcsize("<" + layout)
+        self.alignment = struct.calcsize("<" + layout[0])
+
+    def text(self, address):
+        parts = read(address, self.layout)
+        if self.name == "string":
+            return repr(text_at(*parts))
+        texts = [number_text(part, self.layout[0]) for part in parts]
+        return texts[0] if len(texts) == 1 else f"({','.join(texts)})"
 
 
-def class_name(information):
-    """The mangled name in the std::type_info at the address."""
-    name = gdb.Value(word_at(information + 8)).cast(gdb.lookup_type("char").pointer())
-    return name.string("latin-1", errors="replace", length=-1).lstrip("*")
+def number_text(number, code):
+    if code == "?":
+        return "true" if number else "false"
+    return {"d": "%.17g", "f": "%.9g"}.get(code, "%d") % number
+
+
+class CustomType:
+    """A class of a client; of size 0 without debug information of it."""
+
+    def __init__(self, name):
+        self.name = name
+        try:
+            self.type = gdb.lookup_type(name)
+            self.size, self.alignment = self.type.sizeof, self.type.alignof or 1
+        except gdb.error:
+            self.size, self.alignment = 0, 1
+
+    def text(self, address):
+        return value_at(address, self.type).format_string()
+
+
+def element_type(name):
+    return KnownType(*ELEMENT_TYPES[name]) if name in ELEMENT_TYPES else CustomType(name)
+
+
+class Data(typing.NamedTuple):
+    """What a data object holds."""
+
+    element: str  # the C++ type
+    shape: typing.Optional[typing.List[int]]  # None for a scalar
+    ordering: int
+    address: int  # of the first element
+    count: int  # of the elements in memory
+
+
+def data_at(address, otherwise="no data object"):
+    """What the data object at the address holds; None for a null. Raises gdb.error with the text for other memory."""
+    kind, element = class_at(address)
+    if kind not in LAYOUTS:
+        raise gdb.error(otherwise)
+    members = read(address, LAYOUTS[kind])
+    behind = address + struct.calcsize("<" + LAYOUTS[kind])
+    if kind == "NullVariantData":
+        return None
+    if kind.startswith("Scalar"):
+        alignment = element_type(element).alignment
+        return Data(element, None, ROW_MAJOR, -(-behind // alignment) * alignment, 1)
+    if kind.startswith("Transmute"):
+        data, *dimensions = members
+        return view_of(data_at(data), kind == "TransmuteRealToComplexVariant", words_in(*dimensions))
+    if kind == "ExternalVariantStorageAdaptor":
+        client, snapshot = members
+        return data_at(client, "elements in a client's storage") if client else data_at(snapshot)
+    if kind == "VectorVariantData":
+        count, *dimensions, ordering = members
+        return Data(element, words_in(*dimensions), ordering, behind, count)
+    if kind == "StdVectorVariantData":
+        first, end, *dimensions, ordering = members
+        count = (end - first) // max(element_type(element).size, 1)
+        return Data(element, words_in(*dimensions), ordering, first, count)
+    # An ExternalBuffer, which has all that its shape shows, and the class of its values as a second argument.
+    first, *dimensions, ordering = members
+    shape = words_in(*dimensions)
+    return Data(element.partition(f", {NAMESPACE}ZVariant")[0], shape, ordering, first, math.prod(shape))
+
+
+def view_of(data, is_complex, shape):
+    """The data as complex or as real numbers; such that are so already, or no numbers, as they are."""
+    element = (COMPLEX_OF if is_complex else COMPONENT_OF).get(data.element, data.element)
+    count = data.count // 2 if is_complex else data.count * 2
+    if element == data.element:
+        count = min(count, data.count)
+    return data._replace(element=element, shape=shape, count=count)
+
+
+def class_at(address):
+    """The names of the class of an object and of its template arguments; empty ones for no class of the library."""
+    try:
+        information = word_at(word_at(address) - 8)
+        mangled = value_at(word_at(information + 8), gdb.lookup_type("char")).address.string("latin-1", "replace")
+    except gdb.error:
+        return "", ""
+    # Classes that are known in one file alone are marked by an asterisk.
+    mangled = re.fullmatch(r"\*?(N8Quorvane3Pyx[\w.$]+)", mangled)
+    demangled = mangled and gdb.execute(f"demangle -l c++ -- _ZTI{mangled[1]}", to_string=True)
+    names = demangled and re.fullmatch(rf"typeinfo for {NAMESPACE}(?:Internal::)?(\w+)(?:<(.*?) ?>)?\n", demangled)
+    return names.groups("") if names else ("", "")
+
+
+def value_at(address, value_type):
+    return gdb.Value(address % 2**64).cast(value_type.pointer()).dereference()
+
+
+def read(address, layout):
+    layout = "<" + layout
+    return struct.unpack(layout, gdb.selected_inferior().read_memory(address % 2**64, struct.calcsize(layout)))
 
 
 def word_at(address):
-    return int(next(read(address, "unsigned long", 1)))
+    return read(address, "Q")[0]
 
 
-def read(address, built_in, count):
-    """Elements of a built-in type."""
-    pointer = gdb.Value(int(address)).cast(gdb.lookup_type(built_in).pointer())
-    return (pointer[i] for i in range(count))
+def words_in(start, end):
+    return [word_at(address) for address in range(start, end, 8)[:LONGEST_SHOWN]]
 
 
-def lengths_of(view):
-    return [int(length) for length in read(view["lengths_"], "unsigned long", int(view["count_"]))]
-
-
-def type_name(well_known_type):
-    """The name of the element type, as its enumerator spells it."""
-    return str(well_known_type["value_"]).rpartition("::")[2].rstrip("_")
-
-
-def component_of(name):
-    """The built-in C++ type of an element or of its components, from the name of a number type."""
-    component = name.removeprefix("complex")
-    integer = re.fullmatch(r"(unsigned)?Int(8|16|32|64)", component, re.I)
-    if integer is None:
-        return component.lower()
-    width = {"8": "char", "16": "short", "32": "int", "64": "long long"}[integer[2]]
-    return ("unsigned " if integer[1] else "signed ") + width
-
-
-def elements_of(name, data, count):
-    """The texts of the first elements of a data object, one by one."""
-    stored = int(ask(data, "constStoredData"))
-    if name == "customType":
-        yield from custom_elements(data, stored, count)
-    elif name == "string":
-        # A pointer, a length, and sixteen bytes for short texts.
-        for start in range(stored, stored + 32 * count, 32):
-            characters, length = (int(word) for word in read(start, "unsigned long", 2))
-            yield repr(gdb.Value(characters).cast(gdb.lookup_type("char").pointer()).string(length=length))
-    elif name in ("duration", "timePoint"):
-        for start in range(stored, stored + 16 * count, 16):
-            yield "(%d, %d)" % tuple(read(start, "unsigned long", 2))
-    else:
-        is_complex = name.startswith("complex")
-        numbers = read(stored, component_of(name), count * (2 if is_complex else 1))
-        texts = (number_text(number) for number in numbers)
-        yield from (f"({real},{imaginary})" for real, imaginary in zip(texts, texts)) if is_complex else texts
-
-
-def number_text(number):
-    # Integers of one byte would be shown as characters.
-    return str(int(number)) if number.type.sizeof == 1 and number.type.code == gdb.TYPE_CODE_INT else str(number)
-
-
-def custom_class(data):
-    """The name of the class of custom elements."""
-    information = int(ask(data, "storedTypeInfo"))
-    demangled = gdb.execute(f"demangle -- _ZTI{class_name(information)}", to_string=True)
-    return demangled.strip().removeprefix("typeinfo for ")
-
-
-def custom_elements(data, stored, count):
-    try:
-        pointer = gdb.Value(stored).cast(gdb.lookup_type(custom_class(data)).pointer())
-    except gdb.error:
-        return
-    yield from (pointer[i].format_string() for i in range(count))
+def text_at(address, length):
+    shown = min(length, LONGEST_SHOWN)
+    text = bytes(gdb.selected_inferior().read_memory(address, shown)) if shown else b""
+    text = text.decode("utf-8", "backslashreplace") + ("..." if length > shown else "")
+    # gdb refuses characters that its terminal cannot show.
+    return text.encode(gdb.host_charset(), "backslashreplace").decode(gdb.host_charset())
 
 
 class ValuePrinter:
     """ZVariant and ZVariantAbi: `double 42`, `double[2, 3] = {1, 2, 3, 4, 5, 6}`."""
 
     def __init__(self, value):
-        self.data = value["storage_"]["variantData"]
+        self.count = 0
+        address = int(value["storage_"]["variantData"])
+        data = data_at(address) if address else None
+        if data is None:
+            self.title = "null" if address else "moved from"
+            return
+        self.element, self.first = element_type(data.element), data.address
+        self.title = self.element.name
+        if data.shape is None:
+            self.title += f" {self.element.text(data.address)}" if self.element.size else ""
+            return
+        self.title += str(data.shape) + ("" if data.ordering == ROW_MAJOR else " column-major")
+        if data.shape and self.element.size:
+            # The number of elements may wrap, and a shape may promise more than there are.
+            self.count = min(math.prod(data.shape) % 2**64, data.count)
 
     def to_string(self):
-        if int(self.data) == 0:
-            return "moved from"
-        try:
-            return self.summary()
-        except gdb.error as error:
-            return f"<{str(error).splitlines()[0]}>"
-
-    def summary(self):
-        name = self.name()
-        if name == "unknown":
-            return "null"
-        title = custom_class(self.data) if name == "customType" else name
-        if self.is_scalar():
-            return f"{title} {next(elements_of(name, self.data, 1), '')}".strip()
-        ordering = "" if int(ask(self.data, "dataOrdering")) == ROW_MAJOR else " column-major"
-        return f"{title}{self.shape()}{ordering}"
+        return self.title
 
     def children(self):
         try:
-            if int(self.data) == 0 or self.name() == "unknown" or self.is_scalar():
-                return
-            shown = 1 if self.shape() else 0
-            for length in self.shape():
-                shown *= length
-            # The number of elements may wrap, and a shape may promise more than there are.
-            count = min(shown % 2**64, int(ask(self.data, "numberAllocatedElements")))
-            for i, text in enumerate(elements_of(self.name(), self.data, count)):
-                yield f"[{i}]", text
-        except gdb.error:
-            # The summary has told it.
-            return
-
-    def name(self):
-        return type_name(ask(self.data, "wellKnownDataType"))
-
-    def is_scalar(self):
-        return bool(ask(self.data, "isScalarStorage"))
-
-    def shape(self):
-        return lengths_of(ask(self.data, "dimensions"))
+            for i in range(self.count):
+                yield f"[{i}]", self.element.text(self.first + i * self.element.size)
+        except gdb.error as error:
+            yield "[...]", reason(error)
 
     def display_hint(self):
         return "array"
-
-
-def interned_text(value):
-    view = value["view_"]
-    return None if int(view["_M_str"]) == 0 else view["_M_str"].string(length=int(view["_M_len"]))
 
 
 class InternedStringPrinter:
@@ -192,8 +246,13 @@ class InternedStringPrinter:
         return None if self.text is None else "string"
 
 
+def interned_text(value):
+    view = value["view_"]
+    return None if int(view["_M_str"]) == 0 else text_at(int(view["_M_str"]), int(view["_M_len"]))
+
+
 def alternative(variant):
-    """The alternative that a std::variant holds; None when it is valueless."""
+    """The alternative that a std::variant holds. Raises gdb.error for one without a value."""
     index = int(variant["_M_index"])
     held = variant["_M_u"]
     try:
@@ -202,29 +261,33 @@ def alternative(variant):
         # The alternative itself, or a buffer in which it stands.
         stored = held["_M_first"]["_M_storage"]
     except gdb.error:
-        return None
+        raise gdb.error("no value") from None
     return stored.address.cast(variant.type.strip_typedefs().template_argument(index).pointer()).dereference()
 
 
 def vector_elements(vector):
-    start, finish = vector["_M_impl"]["_M_start"], vector["_M_impl"]["_M_finish"]
-    return (start[i] for i in range(int(finish - start)))
+    """The first element, and how many there are."""
+    first, end = vector["_M_impl"]["_M_start"], vector["_M_impl"]["_M_finish"]
+    return first, int(end - first)
 
 
-class NodePrinter:
-    """A node of either tree: what it holds."""
-
-    def __init__(self, value):
-        self.content = value["content_"]
+class TextPrinter:
+    def __init__(self, text):
+        self.text = text
 
     def to_string(self):
-        content = self.content
-        if has_field(content, "_M_ptr"):
-            if int(content["_M_ptr"]) == 0:
-                return "null"
-            content = content["_M_ptr"]["content"]
-        held = alternative(content)
-        return "null" if held is None or held.type.strip_typedefs().name == "std::monostate" else held
+        return self.text
+
+
+def node_printer(value):
+    """For a node of either tree: what it holds."""
+    content = value["content_"]
+    if has_field(content, "_M_ptr"):
+        if int(content["_M_ptr"]) == 0:
+            return TextPrinter("null")
+        content = content["_M_ptr"]["content"]
+    held = alternative(content)
+    return TextPrinter("null" if held.type.strip_typedefs().name == "std::monostate" else held)
 
 
 def has_field(value, name):
@@ -240,13 +303,13 @@ class ListPrinter:
     """A list of either tree."""
 
     def __init__(self, value):
-        self.nodes = entries_of(value, "nodes")
+        self.first, self.count = entries_of(value, "nodes")
 
     def to_string(self):
-        return "list" if self.nodes else "empty list"
+        return "list" if self.count > 0 else "empty list"
 
     def children(self):
-        yield from ((f"[{i}]", node) for i, node in enumerate(self.nodes))
+        yield from ((f"[{i}]", self.first[i]) for i in range(self.count))
 
     def display_hint(self):
         return "array"
@@ -256,15 +319,15 @@ class MapPrinter:
     """A map of either tree."""
 
     def __init__(self, value):
-        self.entries = entries_of(value, "entries")
+        self.first, self.count = entries_of(value, "entries")
 
     def to_string(self):
-        return "map" if self.entries else "empty map"
+        return "map" if self.count > 0 else "empty map"
 
     def children(self):
-        for i, entry in enumerate(self.entries):
-            yield f"[{i}].key", entry["key"]
-            yield f"[{i}].value", entry["value"]
+        for i in range(self.count):
+            yield f"[{i}].key", self.first[i]["key"]
+            yield f"[{i}].value", self.first[i]["value"]
 
     def display_hint(self):
         return "map"
@@ -273,34 +336,42 @@ class MapPrinter:
 def entries_of(value, name):
     """The vector `name_` of a working list or map, or `name` behind the handle of a frozen one."""
     if has_field(value, name + "_"):
-        return list(vector_elements(value[name + "_"]))
+        return vector_elements(value[name + "_"])
     data = value["data_"]["_M_ptr"]
-    return [] if int(data) == 0 else list(vector_elements(data[name]))
+    return vector_elements(data[name]) if int(data) else (None, 0)
 
 
-class PathPrinter:
-    def __init__(self, value):
-        self.steps = [alternative(segment["step_"]) for segment in vector_elements(value["segments_"])]
-
-    def to_string(self):
-        return "{" + ", ".join(interned_text(step) if step.type.code == gdb.TYPE_CODE_STRUCT else str(int(step))
-                               for step in self.steps) + "}"
+def path_printer(value):
+    first, count = vector_elements(value["segments_"])
+    steps = (alternative(first[i]["step_"]) for i in range(min(count, LONGEST_SHOWN)))
+    texts = (interned_text(step) if step.type.code == gdb.TYPE_CODE_STRUCT else str(int(step)) for step in steps)
+    return TextPrinter("{" + ", ".join(texts) + "}")
 
 
-class TypePrinter:
-    def __init__(self, value):
-        self.value = value
-
-    def to_string(self):
-        return type_name(self.value)
+def type_printer(value):
+    """Of an element type: its name, as its enumerator spells it."""
+    return TextPrinter(str(value["value_"]).rpartition("::")[2].rstrip("_"))
 
 
-class ShapePrinter:
-    def __init__(self, value):
-        self.value = value
+def shape_printer(value):
+    first = int(value["lengths_"])
+    return TextPrinter(str(words_in(first, first + 8 * int(value["count_"]))))
 
-    def to_string(self):
-        return str(lengths_of(self.value))
+
+def harmless(printer):
+    """Memory that cannot be read, as that of a variable without a value yet, is shown as the reason for that."""
+
+    def construct(value):
+        try:
+            return printer(value)
+        except gdb.error as error:
+            return TextPrinter(reason(error))
+
+    return construct
+
+
+def reason(error):
+    return f"<{str(error).splitlines()[0]}>"
 
 
 def printers():
@@ -308,14 +379,14 @@ def printers():
     for classes, printer in (
         ("ZVariantGeneric<.*>", ValuePrinter),
         ("InternedString", InternedStringPrinter),
-        ("F?PropertyNode", NodePrinter),
+        ("F?PropertyNode", node_printer),
         ("F?PropertyList", ListPrinter),
         ("F?PropertyMap", MapPrinter),
-        ("PropertyPath", PathPrinter),
-        ("WellKnownType", TypePrinter),
-        ("ArrayDimensionsView", ShapePrinter),
+        ("PropertyPath", path_printer),
+        ("WellKnownType", type_printer),
+        ("ArrayDimensionsView", shape_printer),
     ):
-        collection.add_printer(printer.__name__, f"^{NAMESPACE}{classes}$", printer)
+        collection.add_printer(classes, f"^{NAMESPACE}{classes}$", harmless(printer))
     return collection
 
 

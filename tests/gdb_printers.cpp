@@ -17,11 +17,31 @@ struct Sensor {
     }
 };
 
+struct OwnStorage final : ExternalVariantStorageInterface {
+    std::uint64_t numberAllocatedElements() const override { return 1; }
+    ArrayDimensionsView dimensions() const override { return {&length, 1}; }
+    DataOrdering dataOrdering() const override { return DataOrdering::RowMajor; }
+    WellKnownType wellKnownDataType() const override { return WellKnownType::int32; }
+    void reshapeNoRealloc(ArrayDimensionsView) override {}
+    const void* constStoredData() const override { return &element; }
+    void* mutableStoredData() override { return &element; }
+    void adaptorDestroyed() override {}
+
+    std::uint64_t length = 1;
+    int element = 0;
+};
+
 __attribute__((noinline)) void stopHere() {
     asm volatile("");
 }
 
-// A scalar and an array of 1 and 0 of each element type.
+struct Forms {
+    ZVariant inlineScalar;
+    ZVariantAbi countedScalar;
+    ZVariantAbi array;
+};
+
+// A scalar of 1, twice, and an array of 1 and 0 of each element type.
 template <class... Ts>
 auto valuesOf(Internal::TypeList<Ts...>) {
     const auto one = [](auto tag) {
@@ -34,8 +54,8 @@ auto valuesOf(Internal::TypeList<Ts...>) {
             return T(1);
         }
     };
-    return std::vector<std::pair<ZVariant, ZVariantAbi>>{
-        {one(Internal::ElementTag<Ts>{}), ZVariantAbi::fromData({one(Internal::ElementTag<Ts>{}), Ts{}})}...};
+    return std::vector<Forms>{{one(Internal::ElementTag<Ts>{}), one(Internal::ElementTag<Ts>{}),
+                               ZVariantAbi::fromData({one(Internal::ElementTag<Ts>{}), Ts{}})}...};
 }
 
 int main() {
@@ -46,6 +66,7 @@ int main() {
     const ZVariant columns = grid.reordered(DataOrdering::ColumnMajor);
     const ZVariant adopted = ZVariant::fromVector(std::vector<short>{-1, 7});
     const ZVariant view = grid.asComplex();
+    const ZVariant parts = ZVariant::fromData<std::complex<double>>({{1, 2}, {3, 4}}, {2, 1}).asReal();
     const ZVariant empty = ZVariant::fromData<float>({});
     const ZVariant text = "it's";
     const ZVariant sensors = ZVariant::fromData({Sensor{1, 0.5}, Sensor{2, 1.5}});
@@ -53,6 +74,11 @@ int main() {
 
     ExternalBuffer<int> buffer(std::vector<int>{8, 9});
     const ZVariant live = buffer.value();
+    ExternalBuffer<Complex<signed char>, ZVariantAbi> shortLived({8, 9}, {1, 2});
+    const ZVariantAbi snapshot = shortLived.value();
+    shortLived.detach();
+    OwnStorage storage;
+    const ZVariant foreign = ZVariant::fromExternal(storage);
 
     const PropertyNode tree =
         PropertyMap{{"name", "lattice"}, {"tags", PropertyList{1, nullptr}}, {"none", PropertyMap{}}};
@@ -64,6 +90,7 @@ int main() {
     [[maybe_unused]] const WellKnownType type = WellKnownType::complexInt16;
     ZVariant source = grid;
     const ZVariant target = std::move(source);
+    [[maybe_unused]] const ArrayDimensionsView shape = target.dimensions();
 
     stopHere();
 }
