@@ -303,7 +303,7 @@ private:
             return add({ZVariantData_C_API_createWithExternalStorage(&record_, &storage), std::move(object)}, nullptr);
         } else if (choice == 3) {
             const char* const kind = failureOf([&] {
-                requireElementType(type);
+                requireKnownType(type);
                 requireMemory(array.shown());
             });
             PyxVariantData* made =
@@ -316,7 +316,7 @@ private:
         }
         const Shape shape = array.shape;
         const char* const kind = failureOf([&] {
-            requireElementType(type);
+            requireKnownType(type);
             if (array.shape.empty() && count != 0) {
                 array.shape = {count};
             }

@@ -178,14 +178,14 @@ inline void requireMemory(std::uint64_t count) {
     }
 }
 
-inline void requireElementType(WellKnownType type) {
+inline void requireKnownType(WellKnownType type) {
     if (!isElementType(type)) {
         throw "runtime_error";
     }
 }
 
 inline std::optional<Array> convertedArray(const Array& source, WellKnownType target, ConversionMode mode) {
-    requireElementType(target);
+    requireKnownType(target);
     Array result{target, source.shape, source.ordering, {}, source.isScalar};
     const std::uint64_t shown = source.shown();
     const std::uint64_t stored = std::min<std::uint64_t>(shown, source.elements.size());

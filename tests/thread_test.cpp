@@ -224,12 +224,16 @@ auto registerReading(const std::string& name) {
 template <class Own>
 void useRegistry(const std::string& name) {
     const ZVariant common = ZVariant::fromCustom(Reading{"common"});
+    const ZVariant own[] = {ZVariant::fromCustom(Own{{"own"}}), ZVariant::fromData({Own{{"first"}}, Own{{"second"}}})};
     for (int round = 0; round < 100; ++round) {
         const auto registration = registerReading<Own>(name);
         EXPECT_THROW(encodeCustomType(ZVariant::fromCustom(Own())), std::invalid_argument);
         EXPECT_THROW(decodeCustomType({name, PropertyMap()}), std::out_of_range);
         EXPECT_THROW(registerReading<Reading>("Another"), std::runtime_error);
         EXPECT_EQ(decodeCustomType(encodeCustomType(common)), common);
+        for (const ZVariant& value : own) {
+            EXPECT_EQ(decodeCustomType(encodeCustomType(value)), value);
+        }
         EXPECT_EQ(encodeCustomType(ZVariant::fromCustom(PropertyPath{"a", 3})).typeName, "PropertyPath");
     }
 }

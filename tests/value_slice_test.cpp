@@ -59,6 +59,10 @@ public:
         EXPECT_THAT(elementsOf<T>(strided), ElementsAre(at(3, 0), at(3, 10), at(3, 20), at(3, 30)));
         EXPECT_THAT(elementsOf<T>(grid.flatSlice({1, rows + 1}, UseDataOrdering::WalkColumnMajor)),
                     ElementsAre(at(1, 0), at(1, 1)));
+        const Value columnwise = grid.reordered(DataOrdering::ColumnMajor);
+        const Value corner = columnwise.slice({seq(2, 3), seq(0, 1)}, UseDataOrdering::WalkRowMajor);
+        EXPECT_EQ(corner.dataOrdering(), DataOrdering::RowMajor);
+        EXPECT_THAT(elementsOf<T>(corner), ElementsAre(at(2, 0), at(2, 1), at(3, 0), at(3, 1)));
         EXPECT_EQ(grid.template element<T>({1, 2}), at(1, 2));
         EXPECT_EQ(grid.element({1, 2}).template elementAt<T>(0), at(1, 2));
 
@@ -148,7 +152,7 @@ struct Memory : ExternalVariantStorageInterface {
     std::uint64_t numberAllocatedElements() const override { return elements.size(); }
     ArrayDimensionsView dimensions() const override { return shape; }
     DataOrdering dataOrdering() const override { return DataOrdering::RowMajor; }
-    WellKnownType wellKnownDataType() const override { return WellKnownType::int32; }
+    WellKnownType wellKnownDataType() const override { return type; }
     void reshapeNoRealloc(ArrayDimensionsView) override {}
     const void* constStoredData() const override { return elements.data(); }
     void* mutableStoredData() override { return elements.data(); }
@@ -156,6 +160,7 @@ struct Memory : ExternalVariantStorageInterface {
 
     std::vector<int> elements = {1, 2, 3, 4};
     std::vector<std::uint64_t> shape = {3};
+    WellKnownType type = WellKnownType::int32;
 };
 
 TEST(Slices, WriteToTheMemoryOfAClient) {
@@ -172,6 +177,9 @@ TEST(Slices, WriteToTheMemoryOfAClient) {
     value.assignSlice({0, all}, value.slice({1, all}));
     EXPECT_THAT(memory.elements, ElementsAre(7, 4, 7, 4));
     EXPECT_THROW((void)ZVariant(5).slice({all}).asComplex().slice({0}), std::invalid_argument);
+    // Nothing is known of the class.
+    memory.type = WellKnownType::customType;
+    EXPECT_THAT([&] { (void)value.slice({0, all}); }, ThrowsMessage<std::runtime_error>("unknown type"));
 }
 
 TEST(Slices, NothingHappensUnlessEveryCheckPasses) {

@@ -155,15 +155,13 @@ bool convertRealsToComplex(const S* source, T* target, std::uint64_t count, bool
     using Part = Component<T>;
     return inBlocks<Part>(count, [&](std::uint64_t first, auto length) {
         Part reals[BlockLength<Part>::value];
-        if (!convertBlock(Values<S, 1>{source + first}, reals, length, exact)) {
-            return false;
-        }
+        const bool kept = convertBlock(Values<S, 1>{source + first}, reals, length, exact);
         Part* const parts = componentsOf(target + first);
         for (std::uint64_t i = 0; i < length; ++i) {
             parts[2 * i] = reals[i];
             parts[2 * i + 1] = Part{};
         }
-        return true;
+        return kept;
     });
 }
 

@@ -1,8 +1,9 @@
 #include "variant/ExternalVariantStorageAdaptor.h"
 
+#include "variant/element_operations_by_code.h"
+
 #include <pyx/types/dispatch.h>
 #include <pyx/variant/VectorVariantData.h>
-#include <pyx/variant/array_operations.h>
 #include <pyx/variant/factories.h>
 
 #include <cstdio>
@@ -80,15 +81,15 @@ void ExternalVariantStorageAdaptor::reshapeNoRealloc(ArrayDimensionsView wanted)
 
 IVariantData* ExternalVariantStorageAdaptor::reshapeToZVariant(const IVariantData* source, ArrayDimensionsView wanted,
                                                                DataOrdering ordering) {
-    return dispatchElementType(wellKnownDataType(), [&](auto tag) {
-        // Deliberately fatal, here alone: other arrays leave out what does not fit.
-        if (source != nullptr && source->numberAllocatedElements() > wanted.elementCount()) {
-            std::fputs("PyxCore: the source has more elements than the shape that a client's storage is to have.\n",
-                       stderr);
-            std::abort();
-        }
-        return rebuildArray<typename decltype(tag)::type>(source, wanted, ordering);
-    });
+    const WellKnownType type = wellKnownDataType();
+    requireElementType(type);
+    // Deliberately fatal, here alone: other arrays leave out what does not fit.
+    if (source != nullptr && source->numberAllocatedElements() > wanted.elementCount()) {
+        std::fputs("PyxCore: the source has more elements than the shape that a client's storage is to have.\n",
+                   stderr);
+        std::abort();
+    }
+    return rebuildElementsOf(type, source, wanted, ordering);
 }
 
 const void* ExternalVariantStorageAdaptor::constStoredData() const {

@@ -2,8 +2,8 @@
 // complex ones, or complex numbers as real ones.
 #pragma once
 
-#include <pyx/types/dispatch.h>
-#include <pyx/variant/ElementOperations.h>
+#include "variant/element_operations_by_code.h"
+
 #include <pyx/variant/IVariantDataRefCounted.h>
 #include <pyx/variant/OwnedData.h>
 
@@ -41,9 +41,7 @@ public:
         if (reinterpretsNothing()) {
             return OwnedData<>(duplicate())->reorderData(wanted);
         }
-        return dispatchElementType(this->wellKnownDataType(), [&](auto tag) {
-            return ElementOperations<typename decltype(tag)::type>::reorder(*this, wanted);
-        });
+        return reorderElementsOf(this->wellKnownDataType(), *this, wanted);
     }
 
     void reshapeNoRealloc(ArrayDimensionsView wanted) final {
@@ -67,9 +65,7 @@ public:
     // A plain array of as many elements as the shape shows.
     IVariantData* duplicate() const final {
         const IVariantData* const source = reinterpretsNothing() ? data_.get() : this;
-        return dispatchElementType(this->wellKnownDataType(), [&](auto tag) {
-            return ElementOperations<typename decltype(tag)::type>::rebuild(source, dimensions_, dataOrdering());
-        });
+        return rebuildElementsOf(this->wellKnownDataType(), source, dimensions_, dataOrdering());
     }
 
     std::uint64_t numberReadableElements() const final {
