@@ -39,7 +39,7 @@ require_packages() {
     fi
     if [ "$(id -u)" -ne 0 ]; then
         printf 'Packages are missing. Install them and try again:\n' >&2
-        printf 'sudo apt-get install -y --no-install-recommends %s\n' "${missing[*]}" >&2
+        printf 'sudo apt-get update && sudo apt-get install -y --no-install-recommends %s\n' "${missing[*]}" >&2
         exit 1
     fi
     heading "Installing ${missing[*]}"

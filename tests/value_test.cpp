@@ -23,7 +23,7 @@ TYPED_TEST_SUITE(Values, BothValues, );
 template <class T, class Value>
 std::vector<T> elementsOf(const Value& value) {
     const auto range = Value(value).template valueRange<T>();
-    return {range.begin(), range.end()};
+    return std::vector<T>(range.begin(), range.end());
 }
 
 TYPED_TEST(Values, NullHasNoElements) {
@@ -143,6 +143,20 @@ TYPED_TEST(Values, RefusedConversionsAreNullOrAText) {
                                                   " of type 'double' (size: 6) to 'std::string'"));
     EXPECT_THAT([&] { (void)grid.convertTo(WellKnownType::customType); },
                 ThrowsMessage<std::runtime_error>("unknown type"));
+    EXPECT_EQ(TypeParam("2.5").convertOrThrow(WellKnownType::double_, ConversionMode::CastOrText).template as<int>(),
+              2);
+}
+
+TYPED_TEST(Values, VectorsAreCopied) {
+    const std::vector<bool> flags{true, false, true};
+    EXPECT_THAT(elementsOf<bool>(TypeParam::fromData(flags)), ElementsAre(true, false, true));
+    const std::vector<long> numbers{1, 2, 3, 4};
+    const auto grid = TypeParam::fromData(numbers, {2, 2}, DataOrdering::ColumnMajor);
+    EXPECT_THAT(elementsOf<long long>(grid), ElementsAre(1, 2, 3, 4));
+    EXPECT_EQ(grid.dataOrdering(), DataOrdering::ColumnMajor);
+    // Braces with a named type stay a list of elements.
+    EXPECT_EQ(TypeParam::template fromData<std::string>({"one", "two"}).elementCount(), 2u);
+    EXPECT_THROW((void)TypeParam::fromData(flags, {2}), std::length_error);
 }
 
 TEST(ZVariant, AdoptsVectorsAndKeepsScalarsInline) {

@@ -13,8 +13,10 @@
 #include <pyx/variant/ZVariantValueRange.h>
 #include <pyx/variant/conversion_failure_text.h>
 
+#include <algorithm>
 #include <cstdint>
 #include <initializer_list>
+#include <memory>
 #include <stdexcept>
 #include <string>
 #include <string_view>
@@ -83,6 +85,18 @@ public:
     static ZVariantGeneric fromData(std::initializer_list<T> elements, ArrayDimensionsView dimensions = {},
                                     DataOrdering ordering = DataOrdering::RowMajor) {
         return fromData(elements.begin(), elements.size(), dimensions, ordering);
+    }
+    template <class T>
+    static ZVariantGeneric fromData(const std::vector<T>& elements, ArrayDimensionsView dimensions = {},
+                                    DataOrdering ordering = DataOrdering::RowMajor) {
+        if constexpr (std::is_same_v<T, bool>) {
+            // A std::vector<bool> has no bool in memory.
+            const auto copies = std::make_unique<bool[]>(elements.size());
+            std::copy(elements.begin(), elements.end(), copies.get());
+            return fromData(copies.get(), elements.size(), dimensions, ordering);
+        } else {
+            return fromData(elements.data(), elements.size(), dimensions, ordering);
+        }
     }
 
     // An array of the vector's elements: ZVariant adopts them without a copy, and has consumed the vector also when it
@@ -214,10 +228,11 @@ public:
         return target == wellKnownDataType() ? *this : ZVariantGeneric(storage_.convertDataTo(target, mode));
     }
 
-    // As convertTo in the mode Cast, but raises std::runtime_error "Cannot convert ..." with both types and the size
-    // when the result is null.
-    [[nodiscard]] ZVariantGeneric convertOrThrow(WellKnownType target) const {
-        ZVariantGeneric converted = convertTo(target);
+    // As convertTo, but raises std::runtime_error "Cannot convert ..." with both types and the size when the result is
+    // null.
+    [[nodiscard]] ZVariantGeneric convertOrThrow(WellKnownType target,
+                                                 ConversionMode mode = ConversionMode::Cast) const {
+        ZVariantGeneric converted = convertTo(target, mode);
         if (converted.isNull()) {
             throw std::runtime_error(Internal::conversionFailureText(
                 Storage::valueName, wellKnownDataType(), elementCount(),
