@@ -544,6 +544,10 @@ TEST(ExhaustedMemory, Codecs) {
     sweep<C>("taken class", [](C&) { return messageOf([] { return registerNamed<Named>(); }); });
     sweep<C>("encoding", [](C& c) { return encodeCustomType(c.people).values; });
     sweep<C>("decoding", [](C& c) { return decodeCustomType(c.encodedPeople); });
+    sweep<C>("encoding one", [](C& c) { return encodeCustomType(c.people.element({0})).values; });
+    sweep<C>("decoding one", [](C& c) {
+        return decodeCustomType({c.encodedPeople.typeName, PropertyNode(c.encodedPeople.values.list()[0])});
+    });
     sweep<C>("encoding a path", [](C& c) { return encodeCustomType(c.path).values; });
     sweep<C>("decoding a path", [](C& c) { return decodeCustomType(c.encodedPath); });
     sweep<C>("unknown class", [](C&) { return messageOf([] { return encodeCustomType(ZVariant(1)); }); });
