@@ -85,7 +85,7 @@ def passes(work):
 
 
 def main(source, work, wanted=100, seed=1):
-    for part in ("CMakeLists.txt", "cmake", "docs", "examples", "include", "src", "tests"):
+    for part in ("CMakeLists.txt", "cmake", "debugger", "docs", "examples", "fuzz", "include", "src", "tests"):
         copy = shutil.copytree if (source / part).is_dir() else shutil.copy2
         if not (work / part).exists():
             work.mkdir(parents=True, exist_ok=True)
