@@ -47,7 +47,7 @@ int main() {
 
     const ZVariant decoded = decodeCustomType(encoded);
     std::cout << "\nDecoded again:\n\n";
-    for (const Sensor& sensor : ZVariant(decoded).valueRange<Sensor>()) {
+    for (const Sensor& sensor : decoded.valueRange<Sensor>()) {
         std::cout << sensor.name << ": gain " << sensor.gain << ", calibration " << sensor.calibration << '\n';
     }
 

@@ -70,7 +70,7 @@ void valuesCrossTheBoundary() {
     grid.mutableElementAt<double>(0) = 7;
     CHECK(kept.elementAt<double>(0) == 0.5 && grid.elementAt<double>(0) == 7);
     double sum = 0;
-    for (const double element : ZVariantAbi(kept).valueRange<double>()) {
+    for (const double element : kept.valueRange<double>()) {
         sum += element;
     }
     CHECK(sum == 18);

@@ -22,7 +22,7 @@ TYPED_TEST_SUITE(Values, BothValues, );
 
 template <class T, class Value>
 std::vector<T> elementsOf(const Value& value) {
-    const auto range = Value(value).template valueRange<T>();
+    const auto range = value.template valueRange<T>();
     return std::vector<T>(range.begin(), range.end());
 }
 

@@ -30,7 +30,7 @@ std::function<PropertyNode(const ZVariant&)> buildCustomTypeZVariantEncoderFunct
         }
         PropertyList list;
         list.reserve(value.elementCount());
-        for (const T& element : ZVariant(value).valueRange<T>()) {
+        for (const T& element : value.valueRange<T>()) {
             list.append(toMap(element));
         }
         return list;

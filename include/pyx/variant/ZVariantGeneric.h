@@ -200,9 +200,14 @@ public:
         return checkData<T>() ? static_cast<T*>(storage_.mutableStoredData()) : nullptr;
     }
 
-    // The elements in storage order, as a range that takes the value over, also when it fails. A value without elements
-    // gives an empty range whatever its type. Raises std::runtime_error "Data type mismatch, cannot provide iterable
-    // container", and std::out_of_range "Indices out of bounds." for a shape that outgrew an adopted vector.
+    // The elements in storage order, as a range that shares the data, or takes an expiring value over, also when it
+    // fails. A value without elements gives an empty range whatever its type. Raises std::runtime_error "Data type
+    // mismatch, cannot provide iterable container", and std::out_of_range "Indices out of bounds." for a shape that
+    // outgrew an adopted vector.
+    template <class T>
+    [[nodiscard]] ZVariantValueRange<T, Storage> valueRange() const& {
+        return ZVariantGeneric(*this).template valueRange<T>();
+    }
     template <class T>
     [[nodiscard]] ZVariantValueRange<T, Storage> valueRange() && {
         requireReadable<T>();
