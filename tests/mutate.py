@@ -34,17 +34,20 @@ OPERATORS = {
     "+=": "-=", "-=": "+=", "*=": "+=", "&=": "|=", "|=": "&=",
 }
 OPERATOR = re.compile(r"(?<= )(" + "|".join(map(re.escape, sorted(OPERATORS, key=len, reverse=True))) + r")(?= )")
-WORD = re.compile(r"\b(true|false|\d+)\b")
+WORD = re.compile(r"(?<!\\)\b(true|false|\d+)\b")
 ARGUMENTS = re.compile(r"(?<=\()([\w.]+), ([\w.]+)(?=\))")
 
 # Lines that say nothing about elements: their change is no fault, or a fault of speed alone.
 NO_RULE = re.compile(r"^\s*(//|#|template|static_assert|using |namespace|constexpr bool isComplex)|BlockLength|longRun"
                      r"|partLength|tileLength|maximumLength|staysFloating|__has_|PYXCORE_|typeid")
 
-TESTS = [
-    ("internal_tests", "*"),
-    ("boundary_tests", "*Compar*:*Equivalence*:*Catalogue*:*Slice*:*ValueText*"),
-]
+# The programs that look at elements, and their arguments.
+BRIEFLY = ["--gtest_fail_fast", "--gtest_brief=1"]
+TESTS = {
+    "internal_tests": BRIEFLY,
+    "boundary_tests": [*BRIEFLY, "--gtest_filter=*Compar*:*Equivalence*:*Catalogue*:*Slice*:*ValueText*"],
+    **{f"replay_{target}": [f"fuzz/corpus/{target}"] for target in ("flat_functions", "slices", "texts")},
+}
 
 
 def mutants_of(text):
@@ -76,12 +79,14 @@ def runs(command, folder, seconds):
 
 
 def builds(work):
-    return runs(["cmake", "--build", "build", "--target", *(name for name, _ in TESTS)], work, 1800)
+    return runs(["cmake", "--build", "build", "--target", *TESTS], work, 1800)
 
 
 def passes(work):
-    return all(runs([f"build/tests/{name}", f"--gtest_filter={tests}", "--gtest_fail_fast", "--gtest_brief=1"], work, 300)
-               for name, tests in TESTS)
+    def folder(name):
+        return "fuzz" if name.startswith("replay") else "tests"
+
+    return all(runs([f"build/{folder(name)}/{name}", *arguments], work, 300) for name, arguments in TESTS.items())
 
 
 def main(source, work, wanted=100, seed=1):
