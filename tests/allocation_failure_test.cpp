@@ -5,10 +5,9 @@
 // - Exhausted memory leaves a view's data with the caller in one case only, and consumes them in all others.
 // - A refused conversion of a client's storage loses its array, until the storage is detached.
 // - The destructor of an ExternalBuffer ends the process when values that are held cannot get their copy.
-#include "element_sequence.h"
 #include "failing_memory.h"
+#include "values.h"
 
-#include <gtest/gtest.h>
 #include <pyx/abi/c_api.h>
 #include <pyx/pyx.h>
 #include <pyx/variant/OwnedData.h>
@@ -22,6 +21,7 @@
 #include <optional>
 #include <sstream>
 #include <string>
+#include <tuple>
 #include <type_traits>
 #include <utility>
 #include <vector>
@@ -87,52 +87,34 @@ string describe(const ZVariantGeneric<Storage>& value) {
     return text;
 }
 
+template <class... Results>
+string describe(const std::tuple<Results...>& results) {
+    return std::apply([](const auto&... each) { return (string() + ... + describe(each)); }, results);
+}
+
 // An operation on a subject that is made anew for each run.
 struct Operation {
-    virtual ~Operation() = default;
-    virtual void prepare() = 0;
-    // False when memory is exhausted.
-    virtual bool run() = 0;
+    std::function<void()> prepare;
+    // Raises std::bad_alloc when memory is exhausted.
+    std::function<void()> run;
     // The subject, and behind a run the result.
-    virtual string description() const = 0;
-    virtual void end() = 0;
+    std::function<string()> description;
+    std::function<void()> end;
 };
 
-template <class Subject, class Call>
-struct OperationOn final : Operation {
-    using Result = std::decay_t<std::invoke_result_t<Call&, Subject&>>;
-    static constexpr bool returns = !std::is_void_v<Result>;
-
-    OperationOn(Call made, std::function<std::unique_ptr<Subject>()> maker) : call(made), make(std::move(maker)) {}
-    void prepare() override { subject = make(); }
-    bool run() override try {
-        if constexpr (returns) {
-            result.emplace(call(*subject));
-        } else {
-            call(*subject);
-        }
-        return true;
-    } catch (const std::bad_alloc&) {
-        return false;
-    }
-    string description() const override { return describe(*subject) + (result ? " gives " + describe(*result) : ""); }
-    void end() override {
-        result.reset();
-        subject.reset();
-    }
-
-    Call call;
-    std::function<std::unique_ptr<Subject>()> make;
-    std::unique_ptr<Subject> subject;
-    std::optional<std::conditional_t<returns, Result, bool>> result;
-};
+bool passes(const Operation& operation) try {
+    operation.run();
+    return true;
+} catch (const std::bad_alloc&) {
+    return false;
+}
 
 // Runs the operation with the first, second, third ... allocation failing, until it is not reached any more. What the
 // operation has made may stay, when that is told.
-void sweep(const string& what, Operation& operation, bool keepsResult = false) {
+void sweep(const string& what, const Operation& operation, bool keepsResult) {
     operation.prepare();
     const string before = operation.description();
-    ASSERT_TRUE(operation.run()) << what;
+    ASSERT_TRUE(passes(operation)) << what;
     const string expected = operation.description();
     operation.end();
     for (const Failure failure : {Failure::once, Failure::fromThenOn}) {
@@ -144,14 +126,14 @@ void sweep(const string& what, Operation& operation, bool keepsResult = false) {
             operation.prepare();
             const long prepared = counts.alive;
             FailingMemory::failAfter(passing, failure);
-            const bool passed = operation.run();
+            const bool passed = passes(operation);
             FailingMemory::stopFailing();
             hasFailed = counts.hasFailed;
             if (!passed) {
                 ASSERT_TRUE(hasFailed) << where;
                 ASSERT_EQ(counts.alive, prepared) << where;
                 ASSERT_EQ(operation.description(), before) << where;
-                ASSERT_TRUE(operation.run()) << where;
+                ASSERT_TRUE(passes(operation)) << where;
             }
             ASSERT_EQ(operation.description(), expected) << where;
             operation.end();
@@ -161,10 +143,24 @@ void sweep(const string& what, Operation& operation, bool keepsResult = false) {
     }
 }
 
-template <class Subject, class Call, class... Arguments>
+template <class Subject, bool keepsResult = false, class Call, class... Arguments>
 void sweep(const string& what, Call call, Arguments... arguments) {
-    OperationOn<Subject, Call> operation(call, [=] { return std::make_unique<Subject>(arguments...); });
-    sweep(what, operation);
+    using Result = std::invoke_result_t<Call&, Subject&>;
+    std::optional<Subject> subject;
+    std::optional<std::conditional_t<std::is_void_v<Result>, bool, Result>> result;
+    const auto run = [&] {
+        if constexpr (std::is_void_v<Result>) {
+            call(*subject);
+        } else {
+            result.emplace(call(*subject));
+        }
+    };
+    const auto description = [&] { return describe(subject->parts()) + (result ? " gives " + describe(*result) : ""); };
+    const auto end = [&] {
+        result.reset();
+        subject.reset();
+    };
+    sweep(what, {[&] { subject.emplace(arguments...); }, run, description, end}, keepsResult);
 }
 
 void orExhausted(bool answer) {
@@ -176,8 +172,7 @@ void orExhausted(bool answer) {
 template <class T>
 string printed(const T& value) {
     std::ostringstream out;
-    out << value;
-    orExhausted(out.good());
+    orExhausted((out << value).good());
     return out.str();
 }
 
@@ -206,53 +201,49 @@ struct Values {
     std::vector<IndexSet> corners{IndexSet(0, last), IndexSet(last)};
     ExternalBuffer<string, Value> buffer{texts, {2, 2}};
     Value shown = buffer.value();
-};
 
-template <class Value>
-string describe(const Values<Value>& v) {
-    return describe(v.text) + describe(v.words) + describe(v.numbers) + describe(v.digits) +
-           describe(v.complexNumbers) + describe(v.shown) +
-           (v.shown.template data<string>() == v.buffer.data() ? " shown" : " detached");
-}
+    auto parts() const {
+        const bool isShown = shown.template data<string>() == buffer.data();
+        return std::tuple_cat(std::tie(text, words, numbers, digits, complexNumbers, shown), std::tuple(isShown));
+    }
+};
 
 // ZVariantAbi calls each of the flat functions, and raises std::bad_alloc where a record says "bad_alloc", and only
 // there.
 template <class Value>
 struct ExhaustedMemoryFor : testing::Test {};
-using BothValues = testing::Types<ZVariant, ZVariantAbi>;
 TYPED_TEST_SUITE(ExhaustedMemoryFor, BothValues, );
 
 TYPED_TEST(ExhaustedMemoryFor, MakingAndConverting) {
     using Value = TypeParam;
     using V = Values<Value>;
-    const long numbers[] = {1, 2};
-    sweep<V>("text", [](V& v) { return Value(v.longText); });
-    sweep<V>("characters", [](V& v) { return Value(v.longText.c_str()); });
-    sweep<V>("array", [](V& v) { return Value::fromData(v.texts.data(), 4, {2, 2}, column); });
-    sweep<V>("array of long", [&](V&) { return Value::fromData(numbers, 2); });
-    sweep<V>("vector", [](V& v) { return Value::fromVector(std::vector<string>(v.texts)); });
-    sweep<V>("vector of long", [&](V&) { return Value::fromVector(std::vector<long>(numbers, numbers + 2)); });
-    sweep<V>("allocated array", [](V&) { return Value::template allocate<string>({2, 2}); });
-    sweep<V>("wrong shape", [](V& v) { return messageOf([&] { return Value::fromData(v.texts.data(), 4, {3}); }); });
-    sweep<V>("numbers to texts", [](V& v) { return v.numbers.convertTo(WellKnownType::string, byText); });
-    sweep<V>("number to text", [](V&) { return Value(2.5e17).convertTo(WellKnownType::string, byText); });
-    sweep<V>("texts to numbers", [](V& v) { return v.digits.convertTo(WellKnownType::double_, byText); });
-    sweep<V>("text to number", [](V& v) { return v.text.convertTo(WellKnownType::bool_, byText); });
-    sweep<V>("null to array", [](V&) { return Value().convertTo(WellKnownType::double_); });
-    sweep<V>("refusal", [](V& v) { return messageOf([&] { return v.words.convertOrThrow(WellKnownType::int8); }); });
-    sweep<V>("wrong target", [](V& v) { return messageOf([&] { return v.words.convertTo(WellKnownType()); }); });
-    sweep<V>("text as such", [](V& v) { return v.text.template as<string>(); });
-    sweep<V>("single value", [](V& v) { return *extractSingleValue<string>(v.text); });
-    sweep<V>("printed texts", [](V& v) { return printed(v.words); });
-    sweep<V>("printed numbers", [](V& v) { return printed(v.numbers); });
-    sweep<V>("reordered texts", [](V& v) { return v.words.reordered(column); });
-    sweep<V>("reordered numbers", [](V& v) { return v.numbers.reordered(column); });
-    sweep<V>("rebuilt texts", [](V& v) { return v.words.reshaped({5}); });
+    sweep<V>("making", [](V& v) {
+        const long numbers[] = {1, 2};
+        return std::tuple(Value(v.longText), Value(v.longText.c_str()), Value::template allocate<string>({2, 2}),
+                          Value::fromData(v.texts.data(), 4, {2, 2}, column), Value::fromData(numbers, 2),
+                          Value::fromVector(std::vector<string>(v.texts)), Value::fromVector(std::vector<long>(2)));
+    });
+    sweep<V>("conversion", [](V& v) {
+        const auto convert = [](const Value& value, WellKnownType type) { return value.convertTo(type, byText); };
+        return std::tuple(convert(v.numbers, WellKnownType::string), convert(2.5e17, WellKnownType::string),
+                          convert(v.digits, WellKnownType::double_), convert(v.text, WellKnownType::bool_),
+                          convert(Value(), WellKnownType::double_));
+    });
+    sweep<V>("texts", [](V& v) {
+        return v.text.template as<string>() + *extractSingleValue<string>(v.text) + printed(v.words) +
+               printed(v.numbers);
+    });
+    sweep<V>("rebuilding", [](V& v) {
+        return std::tuple(v.words.reordered(column), v.numbers.reordered(column), v.words.reshaped({5}));
+    });
     sweep<V>("equivalence", [](V& v) { orExhausted(v.words.isEquivalentTo(v.words.reordered(column))); });
     sweep<V>("equivalence of numbers", [](V&) {
         const Value other = Value::fromData({1U, 3U, 2U, 4U}, {2, 2}, column);
         orExhausted(Value::fromData({1, 2, 3, 4}, {2, 2}).isEquivalentTo(other));
     });
+    sweep<V>("wrong shape", [](V& v) { return messageOf([&] { return Value::fromData(v.texts.data(), 4, {3}); }); });
+    sweep<V>("refusal", [](V& v) { return messageOf([&] { return v.words.convertOrThrow(WellKnownType::int8); }); });
+    sweep<V>("wrong target", [](V& v) { return messageOf([&] { return v.words.convertTo(WellKnownType()); }); });
 }
 
 TYPED_TEST(ExhaustedMemoryFor, WritingAndSlicing) {
@@ -265,11 +256,10 @@ TYPED_TEST(ExhaustedMemoryFor, WritingAndSlicing) {
         return shared;
     });
     sweep<V>("write to an array", [](V& v) { v.words.template mutableElementAt<string>(3) = v.longText; });
-    sweep<V>("slice", [](V& v) { return v.words.slice(v.corners); });
-    sweep<V>("slice of numbers", [](V& v) { return v.numbers.slice({1, all}, Walk::WalkColumnMajor); });
-    sweep<V>("flat slice", [](V& v) { return v.words.flatSlice({0, last}, Walk::WalkColumnMajor); });
-    sweep<V>("element", [](V& v) { return v.words.element({1, 1}); });
-    sweep<V>("text element", [](V& v) { return v.words.template element<string>({1, 1}); });
+    sweep<V>("reading", [](V& v) {
+        return std::tuple(v.words.slice(v.corners), v.words.flatSlice({0, last}), v.words.element({1, 1}),
+                          v.numbers.slice({1, all}, Walk::WalkColumnMajor), v.words.template element<string>({1, 1}));
+    });
     sweep<V>("wrong slice", [](V& v) { return messageOf([&] { return v.words.slice({2, all}); }); });
     sweep<V>("text to a slice", [](V& v) { v.words.assignSlice(v.corners, v.text); });
     sweep<V>("texts to a slice", [](V& v) { v.words.assignSlice({all, 1}, v.words.slice({all, 0})); });
@@ -280,35 +270,29 @@ TYPED_TEST(ExhaustedMemoryFor, WritingAndSlicing) {
         shared.assignFlatSlice({0, 2}, v.text, Walk::WalkColumnMajor);
         return shared;
     });
+    sweep<V>("wrong shape", [](V& v) { return messageOf([&] { return v.words.assignSlice(v.corners, v.words), 0; }); });
     sweep<V>("element put", [](V& v) { v.words.assignElement({0, 1}, v.text); });
     sweep<V>("text element put", [](V& v) { v.words.template assignElement<string>({0, 1}, v.longText); });
-    sweep<V>("slice of another shape",
-             [](V& v) { return messageOf([&] { return v.words.assignSlice(v.corners, v.words), 0; }); });
 }
 
 TYPED_TEST(ExhaustedMemoryFor, ViewsAndClientsStorage) {
     using Value = TypeParam;
     using V = Values<Value>;
-    sweep<V>("complex view", [](V& v) { return v.numbers.asComplex(); });
-    sweep<V>("real view", [](V& v) { return v.complexNumbers.asReal(); });
-    sweep<V>("view of a view", [](V& v) { return v.numbers.asComplex().asReal(); });
-    sweep<V>("view of a scalar", [](V&) { return Value(std::complex<double>(1, 2)).asReal(); });
-    sweep<V>("view of a null", [](V&) { return messageOf([] { return Value().asReal(); }); });
-    sweep<V>("converted view", [](V& v) { return v.numbers.asComplex().convertTo(WellKnownType::complexFloat); });
-    sweep<V>("reordered view", [](V& v) { return v.numbers.asComplex().reordered(column); });
-    sweep<V>("reshaped view", [](V& v) {
-        Value view = v.complexNumbers.asReal();
-        view.reshapeNoRealloc({2, 2, 1});
-        return view;
+    using Number = std::complex<double>;
+    sweep<V>("views", [](V& v) {
+        const Value view = v.numbers.asComplex();
+        return std::tuple(view.asReal(), v.complexNumbers.asReal(), Value(Number(1, 2)).asReal(),
+                          view.reordered(column), view.convertTo(WellKnownType::complexFloat), view.slice({all, 0}));
     });
+    sweep<V>("view of a null", [](V&) { return messageOf([] { return Value().asReal(); }); });
     sweep<V>("rebuilt view", [](V& v) { return messageOf([&] { return v.numbers.asComplex().reshaped({4}); }); });
-    sweep<V>("sliced view", [](V& v) { return v.numbers.asComplex().slice({all, 0}); });
     sweep<V>("view to a slice", [](V& v) { v.numbers.assignSlice({all, 0}, v.numbers.asComplex()); });
     sweep<V>("view compared",
              [](V& v) { orExhausted(v.numbers.asComplex().isEquivalentTo(v.numbers.asComplex().reordered(column))); });
-    sweep<V>("written view", [](V& v) {
+    sweep<V>("reshaped and written view", [](V& v) {
         Value view = v.numbers.asComplex();
-        view.template mutableElementAt<std::complex<double>>(0) = 1;
+        view.reshapeNoRealloc({1, 2, 1});
+        view.template mutableElementAt<Number>(0) = 1;
         return view;
     });
 
@@ -319,9 +303,10 @@ TYPED_TEST(ExhaustedMemoryFor, ViewsAndClientsStorage) {
         buffer.detach();
         return kept;
     });
-    sweep<V>("converted storage", [](V& v) { return v.shown.convertTo(WellKnownType::bool_, byText); });
-    sweep<V>("rebuilt storage", [](V& v) { return v.shown.reshaped({2, 3}); });
     sweep<V>("storage reordered in vain", [](V& v) { return messageOf([&] { return v.shown.reordered(row); }); });
+    sweep<V>("storage", [](V& v) {
+        return std::tuple(v.shown.convertTo(WellKnownType::bool_, byText), v.shown.reshaped({2, 3}));
+    });
     sweep<V>("write to a shared storage", [](V& v) { v.shown.template mutableElementAt<string>(0) = v.longText; });
 }
 
@@ -349,28 +334,22 @@ struct Needy {
     Needy() { (void)value.dimensions(); }
     NeedyStorage storage;
     Value value = Value::fromExternal(storage);
+    auto parts() const { return std::tie(value); }
 };
-
-template <class Value>
-string describe(const Needy<Value>& needy) {
-    return describe(needy.value);
-}
 
 // Whatever asks the storage passes its failure on.
 TYPED_TEST(ExhaustedMemoryFor, StorageThatNeedsMemoryItself) {
     using N = Needy<TypeParam>;
-    sweep<N>("type", [](N& n) { return n.value.wellKnownDataType(); });
-    sweep<N>("size", [](N& n) { return n.value.numberAllocatedElements(); });
-    sweep<N>("shape", [](N& n) { return n.value.dimensions().toVector(); });
-    sweep<N>("ordering", [](N& n) { return n.value.dataOrdering() == row; });
-    sweep<N>("element", [](N& n) { return n.value.template elementAt<double>(1); });
+    sweep<N>("answers", [](N& n) {
+        return std::tuple(n.value.wellKnownDataType(), n.value.numberAllocatedElements(), n.value.dimensions().size(),
+                          n.value.dataOrdering() == row, n.value.template elementAt<double>(1), n.value == n.value);
+    });
     sweep<N>("written element", [](N& n) { n.value.template mutableElementAt<double>(1) = 3; });
     sweep<N>("reshape", [](N& n) { n.value.reshapeNoRealloc({3}); });
-    sweep<N>("identity", [](N& n) { return n.value == n.value; });
     sweep<N>("equivalence", [](N& n) { orExhausted(n.value.isEquivalentTo(n.value)); });
-    sweep<N>("view", [](N& n) { return n.value.asComplex(); });
-    sweep<N>("conversion", [](N& n) { return n.value.convertTo(WellKnownType::int8); });
-    sweep<N>("slice", [](N& n) { return n.value.slice({all}); });
+    sweep<N>("results", [](N& n) {
+        return std::tuple(n.value.asComplex(), n.value.convertTo(WellKnownType::int8), n.value.slice({all}));
+    });
 }
 
 struct OwnClass {
@@ -380,22 +359,17 @@ struct OwnClass {
     ZVariant people = ZVariant::fromData(names.data(), 4, {2, 2});
     ZVariant adopted = ZVariant::fromVector(std::vector<Named>(names), {2, 2}, column);
     ZVariant nobody = ZVariant::allocate<Named>({2});
+    auto parts() const { return std::tie(text, people, adopted, nobody); }
 };
-
-string describe(const OwnClass& c) {
-    return describe(c.text) + describe(c.people) + describe(c.adopted) + describe(c.nobody);
-}
 
 TEST(ExhaustedMemory, CustomClasses) {
     using C = OwnClass;
-    sweep<C>("copy of an inline text", [](C& c) { return ZVariant(c.text); });
     sweep<C>("assignment of an inline text", [](C& c) { c.people = c.text; });
-    sweep<C>("scalar", [](C& c) { return ZVariant::fromCustom(c.names[0]); });
-    sweep<C>("array", [](C& c) { return ZVariant::fromData(c.names.data(), 4); });
-    sweep<C>("vector", [](C& c) { return ZVariant::fromVector(std::vector<Named>(c.names)); });
-    sweep<C>("allocated array", [](C&) { return ZVariant::allocate<Named>({3}); });
-    sweep<C>("reordered", [](C& c) { return c.people.reordered(column); });
-    sweep<C>("rebuilt", [](C& c) { return c.people.reshaped({5}); });
+    sweep<C>("making", [](C& c) {
+        return std::tuple(c.text, ZVariant::fromCustom(c.names[0]), ZVariant::fromData(c.names.data(), 4),
+                          ZVariant::fromVector(std::vector<Named>(c.names)), ZVariant::allocate<Named>({3}),
+                          c.people.reordered(column), c.people.reshaped({5}));
+    });
     sweep<C>("reshaped in place", [](C& c) { c.adopted.reshapeNoRealloc({2, 1, 2}); });
     for (ZVariant C::*array : {&C::people, &C::adopted}) {
         sweep<C>("written", [=](C& c) {
@@ -407,10 +381,10 @@ TEST(ExhaustedMemory, CustomClasses) {
         sweep<C>("element put", [=](C& c) { (c.*array).assignElement({0, 1}, (c.*array).element({0, 0})); });
         sweep<C>("one put to all", [=](C& c) { (c.*array).assignFlatSlice(all, ZVariant::fromCustom(c.names[2])); });
     }
-    sweep<C>("defaults to texts",
-             [](C& c) { return c.nobody.convertTo(WellKnownType::string, ConversionMode::Exact); });
-    sweep<C>("default to text",
-             [](C&) { return ZVariant::fromCustom(Named()).convertTo(WellKnownType::string, ConversionMode::Exact); });
+    sweep<C>("defaults to texts", [](C& c) {
+        const auto toText = [](const ZVariant& v) { return v.convertTo(WellKnownType::string, ConversionMode::Exact); };
+        return std::tuple(toText(c.nobody), toText(ZVariant::fromCustom(Named())));
+    });
     sweep<C>("equivalence", [](C& c) { orExhausted(c.people.isEquivalentTo(c.people.reordered(column))); });
 }
 
@@ -423,24 +397,17 @@ struct OfType {
     }
     static constexpr auto make = [](auto tag) { return makeOf<typename decltype(tag)::type>(); };
     ZVariant array;
+    auto parts() const { return std::tie(array); }
 };
 
-string describe(const OfType& of) {
-    return describe(of.array);
-}
-
 TEST(ExhaustedMemory, AllElementTypes) {
-    const WellKnownType types[] = {
-#define PYXCORE_ELEMENT_TYPE(name, enumerator, code, family, type, portableName) WellKnownType::enumerator,
-#include <pyx/types/element_types.def>
-    };
-    for (const WellKnownType type : types) {
+    for (const WellKnownType type : elementTypes) {
         const string name(type.toString());
         const auto sweepType = [&](const char* what, auto call) { sweep<OfType>(name + what, call, type); };
         sweepType(" reordered", [](OfType& of) { return of.array.reordered(column); });
         sweepType(" rebuilt", [](OfType& of) { return of.array.reshaped({5}); });
         sweepType(" sliced", [](OfType& of) { return of.array.flatSlice(all); });
-        for (const WellKnownType target : types) {
+        for (const WellKnownType target : elementTypes) {
             for (const auto mode : {ConversionMode::Exact, ConversionMode::Cast, byText}) {
                 if (target != type) {
                     sweepType(" converted", [=](OfType& of) { return of.array.convertTo(target, mode); });
@@ -464,45 +431,41 @@ struct Trees {
     FPropertyNode frozen{tree};
     PropertyPath path{"b", 2, "c"};
     IndexSet set{0, last, seq(0, last, 2)};
+    auto parts() const { return std::tuple(tree, frozen, path, set.items().size()); }
 };
-
-string describe(const Trees& t) {
-    return describe(t.tree) + describe(t.frozen) + describe(t.path) + describe(t.set.items().size());
-}
 
 TEST(ExhaustedMemory, TreesAndPaths) {
     using T = Trees;
     sweep<T>("map", [](T& t) { return PropertyMap{{"a", t.longText}, {"b", PropertyList{1, t.tree}}}; });
-    sweep<T>("list", [](T& t) { return PropertyList{t.longText, t.tree}; });
-    sweep<T>("copy", [](T& t) { return t.tree; });
     sweep<T>("assignment", [](T& t) { t.tree.at({"a"}) = t.tree; });
     sweep<T>("append", [](T& t) { t.tree.at({"b"}).list().append(t.tree); });
     sweep<T>("insert", [](T& t) { t.tree.at({"b"}).list().insert(1, t.longText); });
     sweep<T>("insert or assign", [](T& t) { t.tree.map().insertOrAssign("a", t.tree); });
     sweep<T>("insert a key", [](T& t) { t.tree.map().insertOrAssign("c", t.longText); });
     sweep<T>("reserve", [](T& t) { t.tree.map().reserve(9); });
-    sweep<T>("missing key", [](T& t) { return messageOf([&] { return t.tree.at({"b", 2, missingKey}); }); });
-    sweep<T>("missing position", [](T& t) { return messageOf([&] { return t.frozen.at({"b", 3}); }); });
     sweep<T>("written value", [](T& t) { t.tree.at(t.path).value().mutableElementAt<double>(0) = 7; });
-    sweep<T>("freeze", [](T& t) { return FPropertyNode(t.tree); });
-    sweep<T>("freeze a map", [](T& t) { return FPropertyMap(t.tree.map()); });
-    sweep<T>("node of a frozen map", [](T& t) { return FPropertyNode(t.frozen.map()); });
-    sweep<T>("printed tree", [](T& t) { return printed(t.tree); });
-    sweep<T>("listed tree", [](T& t) {
+    sweep<T>("copies", [](T& t) {
+        return std::tuple(t.tree, FPropertyNode(t.tree), FPropertyMap(t.tree.map()), FPropertyNode(t.frozen.map()));
+    });
+    sweep<T>("texts", [](T& t) {
         std::ostringstream out;
         orExhausted(ConsoleFormatter::serialize(t.tree, out).good());
-        return out.str();
+        return out.str() + printed(t.tree);
     });
-    sweep<T>("path", [](T& t) { return PropertyPath(t.path.begin(), t.path.end()); });
-    sweep<T>("child", [](T& t) { return t.path / "b"; });
-    sweep<T>("parent", [](T& t) { return t.path.parent(); });
+    sweep<T>("paths", [](T& t) {
+        return std::tuple(PropertyPath(t.path.begin(), t.path.end()), t.path / "b", t.path.parent());
+    });
     sweep<T>("appended segment", [](T& t) { t.path.append(3); });
-    sweep<T>("wrong segment", [](T& t) { return messageOf([&] { return t.path.at(7); }); });
-    sweep<T>("set", [](T&) { return IndexSet(0, last, all).items().size(); });
-    sweep<T>("copied set", [](T& t) { return IndexSet(t.set).items().size(); });
+    const PropertyPath noPosition{"b", 3}, noKey{"b", 2, missingKey};
+    sweep<T>("failures", [&](T& t) {
+        return messageOf([&] { return t.tree.at(noKey); }) + messageOf([&] { return t.frozen.at(noPosition); }) +
+               messageOf([&] { return t.path.at(7); });
+    });
     sweep<T>("set in itself", [](T& t) { t.set.add(t.set); });
-    sweep<T>("indices", [](T& t) { return t.set.uniqueIndices(5); });
-    sweep<T>("offsets", [](T& t) { return Internal::SliceFlattener(t.set, {2, 3}, row, {}).offsets; });
+    sweep<T>("indices", [](T& t) {
+        return std::tuple(t.set.uniqueIndices(5), Internal::SliceFlattener(t.set, {2, 3}, row, {}).offsets,
+                          IndexSet(0, last, all).items().size(), IndexSet(t.set).items().size());
+    });
 }
 
 struct Codecs {
@@ -511,66 +474,59 @@ struct Codecs {
     EncodedCustomTypeValues encodedPeople{"a name that needs a buffer of its own",
                                           PropertyList{PropertyMap{{nameKey, people.elementAt<Named>(0).name}}}};
     EncodedCustomTypeValues encodedPath = encodeCustomType(path);
+    auto parts() const { return std::tie(people, path, encodedPeople.values, encodedPath.values); }
 };
 
-string describe(const Codecs& c) {
-    return describe(c.people) + describe(c.path) + describe(c.encodedPeople.values) + describe(c.encodedPath.values);
-}
-
-template <class T>
-std::unique_ptr<CustomTypeRegistration<T>> registerNamed() {
-    return std::make_unique<CustomTypeRegistration<T>>(
-        "a name that needs a buffer of its own",
-        [](const T& named) {
-            return PropertyMap{{nameKey, named.name}};
-        },
-        [](const PropertyMap& map) { return T{map.at(nameKey).value().template elementAt<string>(0)}; });
+auto registerNamed() {
+    const auto encode = [](const Named& named) { return PropertyMap{{nameKey, named.name}}; };
+    const auto decode = [](const PropertyMap& map) { return Named{map.at(nameKey).value().elementAt<string>(0)}; };
+    return std::make_unique<CustomTypeRegistration<Named>>("a name that needs a buffer of its own", encode, decode);
 }
 
 TEST(ExhaustedMemory, Codecs) {
     using C = Codecs;
     // Nothing is tried again here, after which the registry's list would have room.
-    decltype(registerNamed<Named>()) registration;
+    decltype(registerNamed()) registration;
     for (long passing = 0; registration == nullptr; ++passing) {
         const long before = counts.alive;
         FailingMemory::failAfter(passing, Failure::once);
         try {
-            registration = registerNamed<Named>();
+            registration = registerNamed();
         } catch (const std::bad_alloc&) {
         }
         FailingMemory::stopFailing();
         ASSERT_TRUE(registration != nullptr || counts.alive == before) << passing;
     }
-    sweep<C>("taken class", [](C&) { return messageOf([] { return registerNamed<Named>(); }); });
-    sweep<C>("encoding", [](C& c) { return encodeCustomType(c.people).values; });
-    sweep<C>("decoding", [](C& c) { return decodeCustomType(c.encodedPeople); });
-    sweep<C>("encoding one", [](C& c) { return encodeCustomType(c.people.element({0})).values; });
-    sweep<C>("decoding one", [](C& c) {
-        return decodeCustomType({c.encodedPeople.typeName, PropertyNode(c.encodedPeople.values.list()[0])});
+    sweep<C>("encoding", [](C& c) {
+        const auto encoded = encodeCustomType(c.people).values;
+        return std::tuple(encoded, encodeCustomType(c.people.element({0})).values, encodeCustomType(c.path).values);
     });
-    sweep<C>("encoding a path", [](C& c) { return encodeCustomType(c.path).values; });
-    sweep<C>("decoding a path", [](C& c) { return decodeCustomType(c.encodedPath); });
-    sweep<C>("unknown class", [](C&) { return messageOf([] { return encodeCustomType(ZVariant(1)); }); });
-    sweep<C>("unknown name", [](C&) { return messageOf([] { return decodeCustomType({"No", PropertyMap()}); }); });
+    sweep<C>("decoding", [](C& c) {
+        const PropertyNode first = c.encodedPeople.values.list()[0];
+        return std::tuple(decodeCustomType(c.encodedPeople), decodeCustomType({c.encodedPeople.typeName, first}),
+                          decodeCustomType(c.encodedPath));
+    });
+    sweep<C>("failures", [](C&) {
+        return messageOf([] { return registerNamed(); }) + messageOf([] { return encodeCustomType(ZVariant(1)); }) +
+               messageOf([] {
+                   return decodeCustomType({"No", PropertyMap()});
+               });
+    });
     registration.reset();
-    sweep<C>("registration", [](C&) { return registerNamed<Named>() != nullptr; });
+    sweep<C>("registration", [](C&) { return registerNamed() != nullptr; });
 }
 
 struct FreshText {
     static inline int count = 0;
     string text = "a text that nobody has interned before: " + std::to_string(++count);
+    auto parts() const { return std::tuple(); }
 };
 
-string describe(const FreshText&) {
-    return "";
-}
-
 TEST(ExhaustedMemory, InternedTexts) {
-    const auto intern = [](FreshText& fresh) { return InternedString(fresh.text).view() == fresh.text; };
-    OperationOn<FreshText, decltype(intern)> operation(intern, [] { return std::make_unique<FreshText>(); });
     // Long enough for the set to make room for more.
     for (int round = 0; round < 20; ++round) {
-        sweep("interned text", operation, true);
+        sweep<FreshText, true>("interned text",
+                               [](FreshText& fresh) { return InternedString(fresh.text).view() == fresh.text; });
     }
 }
 
@@ -591,7 +547,7 @@ TEST(ExhaustedMemory, ShowsWhoHoldsTheReferenceOfAView) {
         if (passing == 0) {
             data->destruct();
         }
-        EXPECT_TRUE(dynamic_cast<IVariantDataRefCounted&>(*data).isUnique());
+        EXPECT_TRUE(isUnique(data.get()));
     }
 }
 

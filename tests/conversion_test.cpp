@@ -1,8 +1,8 @@
 // The matrix of conversions against a model of its own, for every pair of element types in every mode.
 #include "conversion_model.h"
 #include "convert/wide_vectors.h"
+#include "values.h"
 
-#include <gmock/gmock.h>
 #include <pyx/abi/rethrowAbiError.h>
 #include <pyx/pyx.h>
 #include <pyx/variant/ScalarVariantData.h>
@@ -20,11 +20,6 @@ namespace {
 
 using namespace Internal;
 using testing::PrintToString;
-
-const WellKnownType elementTypes[] = {
-#define PYXCORE_ELEMENT_TYPE(name, enumerator, code, family, type, portableName) WellKnownType::enumerator,
-#include <pyx/types/element_types.def>
-};
 
 constexpr auto modes = {ConversionMode::Exact, ConversionMode::Cast, ConversionMode::CastOrText,
                         static_cast<ConversionMode>(3)};
@@ -218,8 +213,7 @@ TEST_P(Conversion, RaisesForTargetsThatAreNoElementType) {
             for (const unsigned code : {0x0020U, 0x8000U, 0x0003U, 0x4008U, 0x0000U}) {
                 const auto target = WellKnownType::fromCode(static_cast<std::uint16_t>(code));
                 const char* const text = (code & 0xF) != 0 ? "not a numeric type" : "unknown type";
-                EXPECT_THAT([&] { source->convertDataTo(target, mode); },
-                            testing::ThrowsMessage<std::runtime_error>(text));
+                EXPECT_RAISES(std::runtime_error, text, source->convertDataTo(target, mode));
             }
         }
         // A null becomes an array without dimensions.

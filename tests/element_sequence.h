@@ -1,4 +1,4 @@
-// Distinct elements of every type, for tests that run over all of them.
+// All element types, and distinct elements of each, for tests that run over all of them.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -7,9 +7,13 @@
 #include <cstdint>
 #include <memory>
 #include <string>
-#include <vector>
 
 namespace Quorvane::Pyx {
+
+inline constexpr WellKnownType elementTypes[] = {
+#define PYXCORE_ELEMENT_TYPE(name, enumerator, code, family, type, portableName) WellKnownType::enumerator,
+#include <pyx/types/element_types.def>
+};
 
 template <class List>
 struct AsTestTypes;

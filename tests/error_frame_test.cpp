@@ -32,13 +32,11 @@ TEST(ErrorFrame, FailuresCrossWithClassAndText) {
     struct Unusual : std::exception {
         const char* what() const noexcept override { return "unusual"; }
     };
-    struct Case {
+    const struct {
         std::function<void()> body;
         const char* kind;
         std::string result;
-    };
-    const Case cases[] = {
-        {[] { throw std::bad_alloc(); }, "bad_alloc", as<std::bad_alloc>(std::bad_alloc().what())},
+    } cases[] = {
         {[] { throw std::bad_array_new_length(); }, "bad_alloc", as<std::bad_alloc>(std::bad_alloc().what())},
         {[] { throw std::out_of_range("x"); }, "out_of_range", as<std::out_of_range>("x")},
         {[] { throw std::invalid_argument("x"); }, "invalid_argument", as<std::invalid_argument>("x")},
@@ -48,7 +46,7 @@ TEST(ErrorFrame, FailuresCrossWithClassAndText) {
         {[] { throw Unusual(); }, "exception", as<std::runtime_error>("unusual")},
         {[] { throw 5; }, "exception", as<std::runtime_error>("unknown exception")},
     };
-    for (const Case& failing : cases) {
+    for (const auto& failing : cases) {
         AbiErrorRecord record;
         guardAbiCall(&record, failing.body);
         EXPECT_STREQ(record.kind, failing.kind);

@@ -1,14 +1,11 @@
 // Reordering of arrays, against a plain walk over all index tuples.
-#include "element_sequence.h"
+#include "values.h"
 
-#include <gtest/gtest.h>
 #include <pyx/variant/OwnedData.h>
 #include <pyx/variant/factories.h>
 
 #include <algorithm>
-#include <numeric>
 #include <optional>
-#include <string>
 #include <vector>
 
 namespace Quorvane::Pyx::Internal {
@@ -17,34 +14,29 @@ namespace {
 using Shape = std::vector<std::uint64_t>;
 
 // Where element i of a walk in row-major order stands in column-major storage. Longer walks start again.
-std::vector<std::uint64_t> columnMajorOffsets(const Shape& shape, std::uint64_t count) {
-    std::vector<std::uint64_t> offsets;
-    for (std::uint64_t i = 0; i < count; ++i) {
-        std::uint64_t remainder = i;
-        std::uint64_t offset = 0;
-        for (std::size_t k = shape.size(); k-- > 0;) {
-            const std::uint64_t stride = std::accumulate(shape.begin(), shape.begin() + static_cast<std::ptrdiff_t>(k),
-                                                         std::uint64_t{1}, std::multiplies<>());
-            offset += remainder % shape[k] * stride;
-            remainder /= shape[k];
-        }
-        offsets.push_back(offset);
+std::uint64_t columnMajorOffset(std::uint64_t i, const Shape& shape) {
+    std::uint64_t stride = ArrayDimensionsView(shape).elementCount();
+    std::uint64_t offset = 0;
+    for (std::size_t k = shape.size(); k-- > 0;) {
+        stride /= shape[k];
+        offset += i % shape[k] * stride;
+        i /= shape[k];
     }
-    return offsets;
+    return offset;
 }
 
 // The number of the source element at each place of the target, if there is one.
 std::vector<std::optional<std::uint64_t>> expectedOrder(const Shape& shape, DataOrdering from,
                                                         std::uint64_t allocated) {
     const std::uint64_t shown = ArrayDimensionsView(shape).elementCount();
+    const bool byRows = from == DataOrdering::RowMajor;
     std::vector<std::optional<std::uint64_t>> order(shown);
-    const std::uint64_t count = from == DataOrdering::RowMajor || allocated < shown ? allocated : shown;
-    const auto offsets = columnMajorOffsets(shape, shown == 0 ? 0 : count);
-    for (std::uint64_t i = 0; i < offsets.size(); ++i) {
-        if (from == DataOrdering::RowMajor) {
-            order[offsets[i]] = i;
-        } else if (offsets[i] < allocated) {
-            order[i] = offsets[i];
+    for (std::uint64_t i = 0; shown != 0 && i < (byRows ? allocated : std::min(allocated, shown)); ++i) {
+        const std::uint64_t offset = columnMajorOffset(i, shape);
+        if (byRows) {
+            order[offset] = i;
+        } else if (offset < allocated) {
+            order[i] = offset;
         }
     }
     return order;
@@ -73,33 +65,14 @@ OwnedData<> arrayOf(std::uint64_t count, const Shape& shape, DataOrdering orderi
         constructVariantVectorWithDataWithDimsUnresolved<T>(sequence<T>(count).get(), count, shape, ordering));
 }
 
-// The sanitizers tell whether anything was touched that is not there.
-void expectInside(IVariantData& array) {
-    const OwnedData<> columns(array.reorderData(DataOrdering::ColumnMajor));
-    const OwnedData<> rows(array.reorderData(DataOrdering::RowMajor));
-    EXPECT_EQ(columns->numberAllocatedElements(), 2u);
-    EXPECT_EQ(rows->numberAllocatedElements(), 2u);
-}
-
 template <class T>
 struct Reorder : testing::Test {};
 TYPED_TEST_SUITE(Reorder, AllElementTypes);
 
 TYPED_TEST(Reorder, MovesEachElementToItsPlace) {
-    for (const Shape& shape : {Shape{5},
-                               {0, 3},
-                               {1, 7, 1},
-                               {2, 3},
-                               {65, 130},
-                               {270, 290},
-                               {3, 200},
-                               {200, 3},
-                               {150, 4},
-                               {2, 77},
-                               {5, 200},
-                               {4, 1, 5, 6},
-                               {2, 2, 2, 2, 2, 2, 2, 2, 2, 2, 2, 2},
-                               {70, 2, 3, 2, 9}}) {
+    const Shape shapes[] = {{5},      {0, 3},   {1, 7, 1}, {2, 3},   {65, 130},    {270, 290},       {3, 200},
+                            {200, 3}, {150, 4}, {2, 77},   {5, 200}, {4, 1, 5, 6}, {70, 2, 3, 2, 9}, Shape(12, 2)};
+    for (const Shape& shape : shapes) {
         for (const DataOrdering ordering : {DataOrdering::RowMajor, DataOrdering::ColumnMajor}) {
             const auto array = arrayOf<TypeParam>(ArrayDimensionsView(shape).elementCount(), shape, ordering);
             expectReordered<TypeParam>(*array, shape);
@@ -129,8 +102,12 @@ TYPED_TEST(Reorder, CountsWhatAShapeHidesOrPromises) {
 }
 
 TYPED_TEST(Reorder, StaysInsideWhereTheElementCountWraps) {
+    // The sanitizers tell whether anything was touched that is not there.
     for (const DataOrdering ordering : {DataOrdering::RowMajor, DataOrdering::ColumnMajor}) {
-        expectInside(*arrayOf<TypeParam>(2, {(std::uint64_t{1} << 63) + 1, 2}, ordering));
+        const auto array = arrayOf<TypeParam>(2, {(std::uint64_t{1} << 63) + 1, 2}, ordering);
+        for (const DataOrdering wanted : {DataOrdering::ColumnMajor, DataOrdering::RowMajor}) {
+            EXPECT_EQ(OwnedData<>(array->reorderData(wanted))->numberAllocatedElements(), 2u);
+        }
     }
 }
 

@@ -103,7 +103,6 @@ TEST(TypeCatalogue, CommonTypesBesideTheTable) {
                 {0x0010, 0x4003, 0},
                 {0x0030, 0x0001, 0},
                 {0x0030, 0x0040, 0},
-                {0x0020, 0x0010, 0},
                 {0x8000, 0x0006, 0},
                 // Codes outside the catalogue rank with bool, and only those of the catalogue are promoted.
                 {0x0003, 0x4003, 0x0004},
