@@ -220,6 +220,12 @@ TEST(Comparison, FailuresOnTheWayAreFalseInEquivalenceOnly) {
     const Internal::OwnedData<> doubles(
         Internal::constructVariantVectorWithDataWithDimsUnresolved<double>(ones, 2, {2}, DataOrdering::RowMajor));
     Internal::IVariantData& other = *doubles;
+    // An array whose conversion is refused, on either side.
+    const long long large[] = {(1LL << 53) + 1, 1};
+    const Internal::OwnedData<> integers(
+        Internal::constructVariantVectorWithDataWithDimsUnresolved<long long>(large, 2, {2}, DataOrdering::RowMajor));
+    EXPECT_FALSE(isEquivalentTo(*integers, other, ConversionMode::Exact));
+    EXPECT_FALSE(isEquivalentTo(other, *integers, ConversionMode::Exact));
     Fake fake;
     // A refusal, an object of another type than the one asked for, and exceptions.
     EXPECT_FALSE(isEquivalentTo(fake, other, ConversionMode::Cast));

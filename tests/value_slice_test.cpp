@@ -122,11 +122,12 @@ struct Memory : ExternalVariantStorageInterface {
     DataOrdering dataOrdering() const override { return DataOrdering::RowMajor; }
     WellKnownType wellKnownDataType() const override { return type; }
     void reshapeNoRealloc(ArrayDimensionsView) override {}
-    const void* constStoredData() const override { return elements.data(); }
-    void* mutableStoredData() override { return elements.data(); }
+    const void* constStoredData() const override { return first; }
+    void* mutableStoredData() override { return first; }
     void adaptorDestroyed() override { detachCallback = nullptr; }
 
     std::vector<int> elements = {1, 2, 3, 4};
+    int* first = elements.data();
     std::vector<std::uint64_t> shape = {3};
     WellKnownType type = WellKnownType::int32;
 };
@@ -144,6 +145,14 @@ TEST(Slices, WriteToTheMemoryOfAClient) {
     EXPECT_THAT(memory.elements, ElementsAre(1, 1, 7, 4));
     value.assignSlice({0, all}, value.slice({1, all}));
     EXPECT_THAT(memory.elements, ElementsAre(7, 4, 7, 4));
+    // The values are in the same memory, which nobody but the client knows.
+    Memory window;
+    window.first = memory.first;
+    window.shape = {2};
+    memory.shape = {4};
+    value.assignSlice({seq(1, 3, 2)}, ZVariant::fromExternal(window));
+    EXPECT_THAT(memory.elements, ElementsAre(7, 7, 7, 4));
+    memory.shape = {2, 2};
     // Nothing is known of the class.
     memory.type = WellKnownType::customType;
     EXPECT_RAISES(std::runtime_error, "unknown type", value.slice({0, all}));
