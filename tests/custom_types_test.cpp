@@ -123,7 +123,7 @@ TEST(CustomTypes, PathsAreBuiltIn) {
     const auto decode = [](const PropertyNode& values) { decodeCustomType({"PropertyPath", values}); };
     EXPECT_RAISES(std::out_of_range, "Key not found: path", decode(PropertyMap{{"pat", 1}}));
     EXPECT_RAISES(std::out_of_range, "PropertyNode is not a list", decode(PropertyMap{{"path", 1}}));
-    EXPECT_RAISES(std::out_of_range, "PropertyNode is not a value", decodedPath({PropertyList()}));
+    EXPECT_RAISES(std::out_of_range, "PropertyNode is not a value", decodedPath({PropertyNode(PropertyList())}));
     const std::string prefix = "Cannot convert Quorvane::Pyx::ZVariant of type '";
     EXPECT_RAISES(std::runtime_error, prefix + "std::string' (size: 2) to 'std::string'",
                   decodedPath({ZVariant::fromData({"a", "b"})}));
