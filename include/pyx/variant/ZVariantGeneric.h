@@ -214,16 +214,17 @@ public:
         return ZVariantValueRange<T, Storage>(std::move(*this));
     }
 
-    // The value of something with exactly one element, converted to T as a cast does it. Raises what convertOrThrow
-    // raises, and std::invalid_argument "Cannot read a single value from a ZVariant with 6 elements.".
+    // The value of something with exactly one element, converted to T. Raises what convertOrThrow raises, and
+    // std::invalid_argument "Cannot read a single value from a ZVariant with 6 elements.".
     template <class T>
-    [[nodiscard]] T as() const {
+    [[nodiscard]] T as(ConversionMode mode = ConversionMode::Cast) const {
         using Element = Internal::StoredElement<T>;
         static_assert(Internal::isWellKnownElement<Element>, "Read elements of a class of your own with elementAt.");
         if (elementCount() != 1) {
             throwNotSingle(elementCount());
         }
-        return static_cast<T>(convertOrThrow(Internal::ElementTraits<Element>::code).template elementAt<Element>(0));
+        return static_cast<T>(
+            convertOrThrow(Internal::ElementTraits<Element>::code, mode).template elementAt<Element>(0));
     }
 
     // The same shape and ordering in another element type; a null value when the conversion is refused. The own type
