@@ -41,6 +41,14 @@ ARGUMENTS = re.compile(r"(?<=\()([\w.]+), ([\w.]+)(?=\))")
 NO_RULE = re.compile(r"^\s*(//|#|template|static_assert|using |namespace|constexpr bool isComplex)|BlockLength|longRun"
                      r"|partLength|tileLength|maximumLength|staysFloating|__has_|PYXCORE_|typeid")
 
+# Changes that no test can notice, since another road leads to the same elements, or there is more room than is needed.
+NO_CHANGE = re.compile(r"constexpr Bits magnitude .*>> -> <<"  # fewer blocks are known to be within range
+                       r"|allocated < shown .*< -> <="         # elements get a default before their value
+                       r"|count = 1;.*1 -> 2"                  # more shapes are walked element by element
+                       r"|fitsVectors ="                       # more, or fewer, elements are moved by vectors
+                       r"|else if constexpr .*is_integral_v<S> && .*&& -> "  # both comparisons agree where one is exact
+                       r"|(room = |buffer\[)\d")
+
 # The programs that look at elements, and their arguments.
 BRIEFLY = ["--gtest_fail_fast", "--gtest_brief=1"]
 TESTS = {
@@ -99,7 +107,8 @@ def main(source, work, wanted=100, seed=1):
                     "-DCMAKE_CXX_FLAGS_DEBUG=-O0"], cwd=work, check=True, capture_output=True)
     if not builds(work) or not passes(work):
         sys.exit("the tests fail before anything is changed")
-    places = [(path, *mutant) for path in RULES for mutant in mutants_of((source / path).read_text())]
+    places = [(path, *mutant) for path in RULES for mutant in mutants_of((source / path).read_text())
+              if not NO_CHANGE.search(mutant[1])]
     random.Random(seed).shuffle(places)
     survivors, tried = [], 0
     for path, line, change, text in places:
