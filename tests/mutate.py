@@ -47,6 +47,8 @@ NO_CHANGE = re.compile(r"constexpr Bits magnitude .*>> -> <<"  # fewer blocks ar
                        r"|count = 1;.*1 -> 2"                  # more shapes are walked element by element
                        r"|fitsVectors ="                       # more, or fewer, elements are moved by vectors
                        r"|else if constexpr .*is_integral_v<S> && .*&& -> "  # both comparisons agree where one is exact
+                       r"|if \(rowEnd - firstRow"              # either side may be the inner loop
+                       r"|double number = 0;"                  # overwritten by what is read
                        r"|(room = |buffer\[)\d")
 
 # The programs that look at elements, and their arguments.
