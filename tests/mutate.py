@@ -49,6 +49,9 @@ NO_CHANGE = re.compile(r"constexpr Bits magnitude .*>> -> <<"  # fewer blocks ar
                        r"|else if constexpr .*is_integral_v<S> && .*&& -> "  # both comparisons agree where one is exact
                        r"|if \(rowEnd - firstRow"              # either side may be the inner loop
                        r"|double number = 0;"                  # overwritten by what is read
+                       r"|BitsOf<Part> changed = 0;"           # numbers are looked at once more, one by one
+                       r"|digits = .*1 -> 2|return digits.*(9 -> 10|<= -> <)"  # strtod reads what from_chars could
+                       r"|getCommonWellKnownType\(left.type"   # both operands are alike to it
                        r"|(room = |buffer\[)\d")
 
 # The programs that look at elements, and their arguments.
