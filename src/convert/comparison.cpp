@@ -42,8 +42,8 @@ ElementRun storedElements(const IVariantData& data) {
 }
 
 // Compares the first `count` elements of two objects of one type. Raises as dispatchElementType does.
-bool compareElements(WellKnownType type, const IVariantData& leftData, const IVariantData& rightData,
-                     std::uint64_t count) {
+bool compareElementRuns(WellKnownType type, const IVariantData& leftData, const IVariantData& rightData,
+                        std::uint64_t count) {
     return dispatchElementType(type, [&](auto tag) {
         using T = typename decltype(tag)::type;
         const ElementRun left = storedElements<T>(leftData);
@@ -126,7 +126,7 @@ bool compareSameType(const Operand& left, const Operand& right, std::uint64_t co
         return false;
     }
     return left.type == WellKnownType::customType ? compareCustomElements(left.data, *compared, count, 0)
-                                                  : compareElements(left.type, left.data, *compared, count);
+                                                  : compareElementRuns(left.type, left.data, *compared, count);
 }
 
 // The kept operand stores elements of the common type.
@@ -136,7 +136,7 @@ bool compareConverted(const Operand& kept, const IVariantData& other, std::uint6
     if (copy != nullptr && multiDimensional) {
         copy.reset(copy->reorderData(kept.ordering));
     }
-    return copy != nullptr && compareElements(kept.type, kept.data, *copy, count);
+    return copy != nullptr && compareElementRuns(kept.type, kept.data, *copy, count);
 }
 
 // Whether the object is one of the library's arrays, whose conversion is that of its elements, and has all `count`.
@@ -245,7 +245,7 @@ bool isIdenticalTo(const IVariantData& left, const IVariantData& right) {
     }
     const std::uint64_t count = dimensions.elementCount();
     return type == WellKnownType::customType ? compareCustomElements(left, right, count, 1)
-                                             : compareElements(type, left, right, count);
+                                             : compareElementRuns(type, left, right, count);
 }
 
 bool isEquivalentTo(const IVariantData& left, const IVariantData& right, ConversionMode mode) {
