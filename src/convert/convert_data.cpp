@@ -66,7 +66,7 @@ IVariantData* ExternalVariantStorageAdaptor::convertDataTo(WellKnownType target,
         return snapshot_->convertDataTo(target, mode);
     }
     // An unknown type of the client is told before one of the target, other than with arrays.
-    dispatchElementType(wellKnownDataType(), [](auto) {});
+    requireElementType(wellKnownDataType());
     // Deliberately keeps for ever what a refused conversion of a client's storage has allocated.
     return convertStoredArray(*this, target, mode, RefusedArray::kept);
 }
