@@ -1,5 +1,5 @@
-// A table as a tree: makes an array of each column of a CSV file, of the type that fits its cells, and lets another
-// thread work on the frozen tree.
+// A table as a tree: makes an array of each column of a CSV file, whose cells hold no quotes, of the type that fits
+// them, and lets another thread work on the frozen tree.
 #include <pyx/pyx.h>
 
 #include <algorithm>

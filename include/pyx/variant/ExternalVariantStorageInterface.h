@@ -57,10 +57,10 @@ public:
     virtual void adaptorDestroyed() = 0;
 
     // Written by the library when it makes an adaptor. One storage should make one: a former one keeps asking the
-    // storage, cannot be detached any more, and still calls adaptorDestroyed when it goes. A call
-    // gives the adaptor a copy of the elements, after which it asks nothing more, nor does it tell when it goes: call
-    // again only where it is known to live. A call that raises has changed nothing. Not to be called while another
-    // thread uses a value over this storage.
+    // storage, cannot be detached any more, and still calls adaptorDestroyed when it goes. A call gives the adaptor a
+    // copy of the elements, after which it asks nothing more, nor does it tell when it goes: call again only where it
+    // is known to live. A call that raises has changed nothing. Not to be called while another thread uses a value over
+    // this storage.
     std::function<void()> detachCallback;
 };
 
