@@ -353,10 +353,13 @@ TEST(Comparison, CustomScalarsAreAskedForIdentity) {
     Fake custom;
     custom.type = WellKnownType::customType;
     EXPECT_FALSE(Internal::isIdenticalTo(custom, custom)) << "It has no operations.";
+    Fake other = custom;
     custom.operations = &operations;
     for (const bool isScalar : {true, false}) {
-        custom.isScalar = isScalar;
-        EXPECT_TRUE(Internal::isEquivalentTo(custom, custom, ConversionMode::Cast));
+        custom.isScalar = other.isScalar = isScalar;
+        // The left one is asked.
+        EXPECT_FALSE(Internal::isEquivalentTo(other, custom, ConversionMode::Cast));
+        EXPECT_TRUE(Internal::isEquivalentTo(custom, other, ConversionMode::Cast));
         EXPECT_EQ(askedFor, isScalar ? 1 : 0);
         EXPECT_TRUE(Internal::isIdenticalTo(custom, custom));
         EXPECT_EQ(askedFor, 1);
