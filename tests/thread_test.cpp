@@ -1,7 +1,6 @@
 // What several threads may do at once; for ThreadSanitizer above all. Each test runs in a process of its own.
-#include "element_sequence.h"
+#include "values.h"
 
-#include <gtest/gtest.h>
 #include <pyx/pyx.h>
 #include <pyx/variant/factories.h>
 
@@ -108,7 +107,6 @@ TEST(Threads, UseEverythingForTheFirstTime) {
 
 template <class Value>
 struct ThreadsSharing : testing::Test {};
-using BothValues = testing::Types<ZVariant, ZVariantAbi>;
 TYPED_TEST_SUITE(ThreadsSharing, BothValues, );
 
 TYPED_TEST(ThreadsSharing, CopyReadAndWriteArrays) {
