@@ -4,7 +4,6 @@
 
 #include <cfenv>
 #include <charconv>
-#include <clocale>
 #include <cstddef>
 #include <cstdlib>
 #include <ios>
@@ -13,7 +12,6 @@
 #include <optional>
 #include <sstream>
 #include <string>
-#include <string_view>
 #include <system_error>
 #include <type_traits>
 
@@ -47,10 +45,19 @@ std::string textFromCharconv(const T& value) {
     return std::string(buffer, result.ptr);
 }
 
+// Whether the processor rounds to nearest and keeps denormal numbers, as <charconv> relies on. The mode of the vector
+// unit, which computes, may differ from the one that fegetround tells, so it is seen in what is computed.
+bool arithmeticIsPlain() {
+    const volatile double one = 1;
+    const volatile double smallest = std::numeric_limits<double>::min();
+    const volatile double denormal = std::numeric_limits<double>::denorm_min();
+    return one + smallest == one - smallest && denormal != 0 && std::fegetround() == FE_TONEAREST;
+}
+
 // Whether a stream writes numbers as std::to_chars does. It takes the global locale at its birth, and only the classic
-// one has no digit groups and a '.'; and it rounds in the rounding mode.
+// one has no digit groups and a '.'.
 bool streamsArePlain() {
-    return std::locale() == std::locale::classic() && std::fegetround() == FE_TONEAREST;
+    return std::locale() == std::locale::classic() && arithmeticIsPlain();
 }
 
 template <class T>
@@ -66,9 +73,10 @@ std::string numberToText(const T& value, bool plain) {
     }
 }
 
-// Whether strtod reads decimal numbers as std::from_chars does, which knows neither locales nor rounding modes.
+// Whether strtod reads decimal numbers as std::from_chars does, which knows no locale. Asked of strtod itself: any
+// thread may rewrite what std::localeconv gives.
 bool strtodIsPlain() {
-    return std::string_view(std::localeconv()->decimal_point) == "." && std::fegetround() == FE_TONEAREST;
+    return std::strtod("1.5", nullptr) == 1.5 && arithmeticIsPlain();
 }
 
 // Whether the text begins with a decimal number, of which std::from_chars reads as much as strtod. All other forms are
