@@ -156,7 +156,7 @@ Array readSlice(const Array& array, const Selection& selection, UseDataOrdering 
     return slice;
 }
 
-// Whether anything is written.
+// Whether the value becomes the only holder of its data.
 bool writeSlice(Array& array, const Selection& selection, const Array& values) {
     const auto requireShape = [&] {
         if (!values.isScalar && values.shape != selection.shape) {
@@ -182,7 +182,7 @@ bool writeSlice(Array& array, const Selection& selection, const Array& values) {
     for (std::size_t i = 0; i < selection.offsets.size(); ++i) {
         array.elements[selection.offsets[i]] = converted->elements[values.isScalar ? 0 : i];
     }
-    return !selection.offsets.empty();
+    return true;
 }
 
 template <class Value>
@@ -392,11 +392,11 @@ private:
             values = make(selection.shape, false);
         }
         Array written = held.array;
-        bool writes = false;
+        bool isUnique = false;
         const char* const kind = failureOf([&] {
             // Elements of equal indices stand in the same order then.
             const auto walkOfValues = static_cast<UseDataOrdering>(values.array.ordering);
-            writes = writeSlice(written, select(picked, written, isFlat ? walk : walkOfValues), values.array);
+            isUnique = writeSlice(written, select(picked, written, isFlat ? walk : walkOfValues), values.array);
         });
         require(isSameKind(kind, failureOf([&] {
                                if constexpr (isFlat) {
@@ -405,7 +405,7 @@ private:
                                    held.value.assignSlice(setsOf(picked), values.value);
                                }
                            })));
-        if (writes) {
+        if (isUnique) {
             held.array = std::move(written);
             if (held.isView) {
                 held.array.elements.resize(held.array.shown(), bytesOf(held.array.type, {}));

@@ -178,9 +178,10 @@ TEST(Slices, NothingHappensUnlessEveryCheckPasses) {
     EXPECT_RAISES(std::out_of_range, "Index value out-of-range", grid.assignFlatSlice(6, 1));
     EXPECT_RAISES(Invalid, "The step of an index range must not be 0.", grid.flatSlice(seq(0, 1, 0)));
     EXPECT_RAISES(Invalid, "invalid UseDataOrdering", grid.slice({0, 0}, static_cast<UseDataOrdering>(3)));
-    // What selects nothing does not write, and so keeps what is shared.
-    grid.assignSlice({all, {}}, 7);
     EXPECT_EQ(std::as_const(grid).data<int>(), sixNumbers.data<int>());
+    // A write that selects nothing ends the sharing too.
+    grid.assignSlice({all, {}}, 7);
+    EXPECT_NE(std::as_const(grid).data<int>(), sixNumbers.data<int>());
     grid.assignSlice({all, 0}, 7.9);
     EXPECT_THAT(elementsOf<int>(grid), ElementsAre(7, 1, 2, 7, 4, 5));
     EXPECT_THAT(elementsOf<int>(sixNumbers), ElementsAre(0, 1, 2, 3, 4, 5));

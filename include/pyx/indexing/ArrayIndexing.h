@@ -2,6 +2,7 @@
 #pragma once
 
 #include <pyx/indexing/ArrayDimensionsView.h>
+#include <pyx/indexing/DataOrdering.h>
 #include <pyx/types/standard_library.h>
 
 #include <cstdint>
@@ -45,6 +46,45 @@ public:
     static std::uint64_t CalculateDimStrideRowMajor(std::uint64_t dimension, ArrayDimensionsView dimensions);
 };
 
+namespace Internal {
+
+// How far apart neighbours along a dimension are in storage: the product of the lengths of all faster dimensions.
+inline std::uint64_t storageStride(std::uint64_t dimension, ArrayDimensionsView dimensions, DataOrdering ordering) {
+    const bool isRowMajor = ordering == DataOrdering::RowMajor;
+    const std::uint64_t end = isRowMajor ? dimensions.size() : dimension;
+    std::uint64_t stride = 1;
+    for (std::uint64_t k = isRowMajor ? dimension + 1 : 0; k < end; ++k) {
+        stride *= dimensions[k];
+    }
+    return stride;
+}
+
+// Calls take(dimension, index) for the indices of the element at an offset in that ordering, the slowest dimension
+// first. A dimension that is left out has the index 0. Does not allocate.
+template <class Take>
+void forEachIndex(std::uint64_t offset, ArrayDimensionsView dimensions, DataOrdering ordering, Take take) {
+    const auto takeAlong = [&](std::uint64_t dimension) {
+        const std::uint64_t stride = storageStride(dimension, dimensions, ordering);
+        if (stride != 0) {
+            take(dimension, offset / stride);
+            offset %= stride;
+        }
+    };
+    if (ordering == DataOrdering::RowMajor) {
+        for (std::uint64_t k = 0; k < dimensions.size(); ++k) {
+            takeAlong(k);
+        }
+        return;
+    }
+    for (std::uint64_t k = dimensions.size(); k-- > 0;) {
+        // Deliberately only this ordering skips such dimensions: an excess lands in a longer one.
+        if (dimensions[k] > 1) {
+            takeAlong(k);
+        }
+    }
+}
+
+}  // namespace Internal
 }  // namespace Quorvane::Pyx
 
 #if !PYXCORE_SAME_STANDARD_LIBRARY

@@ -5,16 +5,11 @@
 
 #include <algorithm>
 #include <functional>
-#include <numeric>
 #include <stdexcept>
 
 namespace Quorvane::Pyx {
 
 namespace Internal {
-
-inline std::uint64_t productOfLengths(const std::uint64_t* begin, const std::uint64_t* end) {
-    return std::accumulate(begin, end, std::uint64_t{1}, std::multiplies<>());
-}
 
 inline void checkIndices(const std::vector<std::uint64_t>& indices, ArrayDimensionsView dimensions, bool checkBounds) {
     if (indices.size() != dimensions.size()) {
@@ -32,13 +27,12 @@ inline void checkOffset(std::uint64_t offset, ArrayDimensionsView dimensions, bo
     }
 }
 
-inline std::uint64_t takeIndex(std::uint64_t& remainder, std::uint64_t stride) {
-    if (stride == 0) {
-        return 0;
-    }
-    const std::uint64_t index = remainder / stride;
-    remainder %= stride;
-    return index;
+inline void calculateIndices(std::vector<std::uint64_t>& indices, std::uint64_t offset, ArrayDimensionsView dimensions,
+                             DataOrdering ordering, bool checkBounds) {
+    indices.clear();
+    checkOffset(offset, dimensions, checkBounds);
+    indices.resize(dimensions.size());
+    forEachIndex(offset, dimensions, ordering, [&](std::uint64_t k, std::uint64_t index) { indices[k] = index; });
 }
 
 }  // namespace Internal
@@ -80,39 +74,23 @@ PYXCORE_STD_BODY std::uint64_t ArrayIndexing::calculateOffsetRowMajor(const std:
 PYXCORE_STD_BODY void ArrayIndexing::CalculateIndicesColumnMajor(std::vector<std::uint64_t>& indices,
                                                                  std::uint64_t offset, ArrayDimensionsView dimensions,
                                                                  bool checkBounds) {
-    indices.clear();
-    Internal::checkOffset(offset, dimensions, checkBounds);
-    indices.resize(dimensions.size());
-    for (std::uint64_t k = dimensions.size(); k-- > 0;) {
-        // Deliberately only this ordering skips such dimensions: an excess lands in a longer one.
-        if (dimensions[k] > 1) {
-            indices[k] = Internal::takeIndex(offset, CalculateDimStrideColumnMajor(k, dimensions));
-        }
-    }
+    Internal::calculateIndices(indices, offset, dimensions, DataOrdering::ColumnMajor, checkBounds);
 }
 
 PYXCORE_STD_BODY void ArrayIndexing::CalculateIndicesRowMajor(std::vector<std::uint64_t>& indices, std::uint64_t offset,
                                                               ArrayDimensionsView dimensions, bool checkBounds) {
-    indices.clear();
-    Internal::checkOffset(offset, dimensions, checkBounds);
-    indices.resize(dimensions.size());
-    for (std::uint64_t k = 0; k < dimensions.size(); ++k) {
-        indices[k] = Internal::takeIndex(offset, CalculateDimStrideRowMajor(k, dimensions));
-    }
+    Internal::calculateIndices(indices, offset, dimensions, DataOrdering::RowMajor, checkBounds);
 }
 
 PYXCORE_STD_BODY std::uint64_t ArrayIndexing::CalculateDimStrideColumnMajor(std::uint64_t dimension,
                                                                             ArrayDimensionsView dimensions) {
-    return dimension < dimensions.size()
-               ? Internal::productOfLengths(dimensions.begin(), dimensions.begin() + dimension)
-               : 0;
+    return dimension < dimensions.size() ? Internal::storageStride(dimension, dimensions, DataOrdering::ColumnMajor)
+                                         : 0;
 }
 
 PYXCORE_STD_BODY std::uint64_t ArrayIndexing::CalculateDimStrideRowMajor(std::uint64_t dimension,
                                                                          ArrayDimensionsView dimensions) {
-    return dimension < dimensions.size()
-               ? Internal::productOfLengths(dimensions.begin() + dimension + 1, dimensions.end())
-               : 0;
+    return dimension < dimensions.size() ? Internal::storageStride(dimension, dimensions, DataOrdering::RowMajor) : 0;
 }
 
 }  // namespace Quorvane::Pyx

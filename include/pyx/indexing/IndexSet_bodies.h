@@ -5,8 +5,29 @@
 
 #include <algorithm>
 #include <iterator>
+#include <typeinfo>
 
 namespace Quorvane::Pyx {
+
+namespace Internal {
+
+inline std::unique_ptr<IndexItem> cloneItem(const IndexItem& item) {
+    std::unique_ptr<IndexItem> copy = item.clone();
+    if (copy == nullptr) {
+        throw std::invalid_argument("An index item gave no copy of itself.");
+    }
+    return copy;
+}
+
+// Calls ask(item) with a copy of the item, as a client's own class may rely on. The library's own items never change,
+// and are asked themselves.
+template <class Ask>
+auto askCopy(const IndexItem& item, Ask ask) {
+    const bool isOwn = typeid(item) == typeid(IndexValue) || typeid(item) == typeid(IndexRange);
+    return isOwn ? ask(item) : ask(*cloneItem(item));
+}
+
+}  // namespace Internal
 
 PYXCORE_STD_BODY IndexSet::IndexSet(const IndexSet& other) {
     addCopies(other);
@@ -17,11 +38,7 @@ PYXCORE_STD_BODY IndexSet& IndexSet::operator=(const IndexSet& other) {
 }
 
 PYXCORE_STD_BODY void IndexSet::addCopy(const IndexItem& item) {
-    std::unique_ptr<IndexItem> copy = item.clone();
-    if (copy == nullptr) {
-        throw std::invalid_argument("An index item gave no copy of itself.");
-    }
-    items_.push_back(std::move(copy));
+    items_.push_back(Internal::cloneItem(item));
 }
 
 PYXCORE_STD_BODY void IndexSet::addCopies(const IndexSet& other) {
@@ -37,7 +54,8 @@ PYXCORE_STD_BODY void IndexSet::addCopies(const IndexSet& other) {
 PYXCORE_STD_BODY std::vector<std::uint64_t> IndexSet::sortedIndices(std::uint64_t length) const {
     std::vector<std::uint64_t> positions;
     for (const std::unique_ptr<IndexItem>& item : items_) {
-        std::vector<std::uint64_t> more = item->indicesForDimension(length);
+        std::vector<std::uint64_t> more =
+            Internal::askCopy(*item, [length](const IndexItem& asked) { return asked.indicesForDimension(length); });
         if (positions.empty()) {
             positions = std::move(more);
         } else {

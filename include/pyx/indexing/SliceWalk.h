@@ -8,6 +8,7 @@
 #include <pyx/types/standard_library.h>
 
 #include <algorithm>
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <vector>
@@ -22,24 +23,6 @@ enum class UseDataOrdering : std::uint32_t {
 };
 
 namespace Internal {
-
-// How far apart neighbours along a dimension are in storage.
-inline std::uint64_t storageStride(std::uint64_t dimension, ArrayDimensionsView dimensions, DataOrdering ordering) {
-    return ordering == DataOrdering::RowMajor ? ArrayIndexing::CalculateDimStrideRowMajor(dimension, dimensions)
-                                              : ArrayIndexing::CalculateDimStrideColumnMajor(dimension, dimensions);
-}
-
-// The offset in storage of the element at a position in walk order, and its indices.
-inline std::uint64_t storageOffset(std::uint64_t position, ArrayDimensionsView dimensions, DataOrdering walk,
-                                   DataOrdering ordering, std::vector<std::uint64_t>& indices) {
-    if (walk == DataOrdering::RowMajor) {
-        ArrayIndexing::CalculateIndicesRowMajor(indices, position, dimensions, false);
-    } else {
-        ArrayIndexing::CalculateIndicesColumnMajor(indices, position, dimensions, false);
-    }
-    return ordering == DataOrdering::RowMajor ? ArrayIndexing::calculateOffsetRowMajor(indices, dimensions, false)
-                                              : ArrayIndexing::calculateOffsetColumnMajor(indices, dimensions, false);
-}
 
 // The selected elements in walk order, as runs of evenly spaced storage offsets. Keeps nothing of the arguments. No
 // offset appears twice. Knows nothing of element types.
@@ -62,7 +45,8 @@ public:
     const std::vector<std::uint64_t>& sliceDimensions() const noexcept { return sliceDimensions_; }
     std::uint64_t elementCount() const noexcept { return ArrayDimensionsView(sliceDimensions_).elementCount(); }
 
-    // Calls visit(PositionRun) for the runs of offsets one after the other.
+    // Calls visit(PositionRun) for the runs of offsets one after the other. Does not allocate, so that a write cannot
+    // run out of memory after its first element.
     template <class Visit>
     void forEachRun(Visit visit) const {
         if (countedDimensions_.empty()) {
@@ -82,7 +66,8 @@ private:
     void visitCountedElements(Visit visit) const;
 
     std::vector<std::uint64_t> sliceDimensions_;
-    // By how much the selected positions along each axis move the offset; the last axis varies fastest.
+    // By how much the selected positions along each axis move the offset; the last axis varies fastest. All others have
+    // at least two positions.
     std::vector<Axis> axes_;
     // For a flat slice whose walk is not in the array's own ordering: the shape of the array. The only axis then counts
     // elements in walk order.
@@ -98,12 +83,17 @@ void SliceWalk::visitCombinations(Visit visit) const {
         return;
     }
     struct Place {
-        std::size_t run = 0;
-        std::uint64_t position = 0;
+        std::size_t run;
+        std::uint64_t position;
     };
-    std::vector<Place> places(axes_.size() - 1);
+    // Fewer than 2^64 elements do not move more than 64 axes of two positions.
+    std::array<Place, 64> places;
+    const std::size_t slowerAxes = axes_.size() - 1;
+    const std::size_t movingAxes = std::min(slowerAxes, places.size());
+    std::fill_n(places.begin(), movingAxes, Place{0, 0});
+    const Axis* const moving = axes_.data() + (slowerAxes - movingAxes);
     std::uint64_t start = 0;
-    for (std::size_t k = 0; k < places.size(); ++k) {
+    for (std::size_t k = 0; k < slowerAxes; ++k) {
         start += axes_[k].front().first;
     }
     while (true) {
@@ -115,8 +105,8 @@ void SliceWalk::visitCombinations(Visit visit) const {
                 return;
             }
         }
-        for (std::size_t k = places.size(); k-- > 0;) {
-            const Axis& axis = axes_[k];
+        for (std::size_t k = movingAxes; k-- > 0;) {
+            const Axis& axis = moving[k];
             Place& place = places[k];
             if (++place.position < axis[place.run].count) {
                 start += axis[place.run].step;
@@ -140,12 +130,15 @@ void SliceWalk::visitCountedElements(Visit visit) const {
     const ArrayDimensionsView dimensions = countedDimensions_;
     const std::uint64_t fastest = walk_ == DataOrdering::RowMajor ? dimensions.size() - 1 : 0;
     const std::uint64_t stride = storageStride(fastest, dimensions, ordering_);
-    std::vector<std::uint64_t> indices;
     for (const PositionRun& run : axes_.front()) {
         for (std::uint64_t done = 0; done < run.count;) {
-            const std::uint64_t offset =
-                storageOffset(run.first + done * run.step, dimensions, walk_, ordering_, indices);
-            const std::uint64_t room = std::max<std::uint64_t>(dimensions[fastest] - indices[fastest], 1);
+            std::uint64_t offset = 0;
+            std::uint64_t fastestIndex = 0;
+            forEachIndex(run.first + done * run.step, dimensions, walk_, [&](std::uint64_t k, std::uint64_t index) {
+                offset += index * storageStride(k, dimensions, ordering_);
+                fastestIndex = k == fastest ? index : fastestIndex;
+            });
+            const std::uint64_t room = std::max<std::uint64_t>(dimensions[fastest] - fastestIndex, 1);
             const std::uint64_t count = std::min(run.count - done, (room - 1) / run.step + 1);
             visit(PositionRun{offset, run.step * stride, count});
             done += count;

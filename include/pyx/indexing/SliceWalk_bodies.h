@@ -1,6 +1,7 @@
 // Compiled once inside the library, and by each module that is built with another standard library.
 #pragma once
 
+#include <pyx/indexing/IndexSet_bodies.h>
 #include <pyx/indexing/SliceWalk.h>
 
 #include <algorithm>
@@ -59,19 +60,33 @@ inline void requireInside(const std::vector<PositionRun>& runs, std::uint64_t le
     }
 }
 
-// Makes the two axes one, of which `inner` varies faster, where their positions together are one run; whether they are.
-inline bool joinAxes(std::vector<PositionRun>& inner, const std::vector<PositionRun>& outer) {
+inline bool isOnePosition(const std::vector<PositionRun>& runs) {
+    return runs.size() == 1 && runs.front().count == 1;
+}
+
+inline void shiftRuns(std::vector<PositionRun>& runs, std::uint64_t distance) {
+    for (PositionRun& run : runs) {
+        run.first += distance;
+    }
+}
+
+// Makes the two axes one, of which `inner` varies faster, where one of them is a single position or both together are
+// one run; whether they are.
+inline bool joinAxes(std::vector<PositionRun>& inner, std::vector<PositionRun>& outer) {
+    if (isOnePosition(inner)) {
+        inner.swap(outer);
+    }
+    if (isOnePosition(outer)) {
+        shiftRuns(inner, outer.front().first);
+        return true;
+    }
     if (inner.size() != 1 || outer.size() != 1) {
         return false;
     }
     PositionRun& run = inner.front();
     const PositionRun& repeated = outer.front();
-    if (run.count > std::numeric_limits<std::uint64_t>::max() / repeated.count) {
-        return false;
-    }
-    if (run.count == 1) {
-        run.step = repeated.step;
-    } else if (repeated.count != 1 && repeated.step != run.step * run.count) {
+    const bool countsWrap = run.count > std::numeric_limits<std::uint64_t>::max() / repeated.count;
+    if (countsWrap || repeated.step != run.step * run.count) {
         return false;
     }
     run.first += repeated.first;
@@ -99,7 +114,7 @@ PYXCORE_STD_BODY SliceWalk::SliceWalk(const std::vector<IndexSet>& sets, ArrayDi
     std::vector<Axis> axes;
     for (std::size_t k = 0; k < sets.size(); ++k) {
         for (const std::unique_ptr<IndexItem>& item : sets[k].items()) {
-            if (!item->isValidForDimension(dimensions[k])) {
+            if (!askCopy(*item, [&](const IndexItem& asked) { return asked.isValidForDimension(dimensions[k]); })) {
                 throw std::invalid_argument("slice dimensions are out of bounds");
             }
         }

@@ -62,6 +62,8 @@ public:
         values = convert<T>(std::move(values), value);
         requireSliceShape(values, slice.sliceDimensions());
         if (slice.elementCount() == 0) {
+            // A write makes the value the only holder of its data, whether or not there is an element to write.
+            (void)value.storage_.mutableStoredData();
             return;
         }
         if (operations.arePlain && values.isScalarStorage()) {
