@@ -6,6 +6,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <initializer_list>
+#include <iterator>
 #include <stdexcept>
 #include <string>
 #include <string_view>
@@ -14,6 +15,17 @@
 #include <vector>
 
 namespace Quorvane::Pyx {
+
+namespace Internal {
+
+// Whether two objects of the class name a range of a path or a tree; two texts or two numbers do not.
+template <class T, class = void>
+inline constexpr bool isRangeIterator = false;
+template <class T>
+inline constexpr bool isRangeIterator<T, std::void_t<typename std::iterator_traits<T>::iterator_category>> =
+    !std::is_convertible_v<T, const char*>;
+
+}  // namespace Internal
 
 // One step of a path: the key of a map, or a position in a list.
 class PropertyPathSegment {
@@ -78,7 +90,7 @@ public:
     // `{"sensors", 3, "gain"}`
     PropertyPath(std::initializer_list<PropertyPathSegment> segments) : segments_(segments) {}
     // From a range of segments, or of what makes one.
-    template <class Iterator, std::enable_if_t<!std::is_convertible_v<Iterator, const char*>, int> = 0>
+    template <class Iterator, std::enable_if_t<Internal::isRangeIterator<Iterator>, int> = 0>
     PropertyPath(Iterator begin, Iterator end) : segments_(begin, end) {}
 
     void append(PropertyPathSegment segment) { segments_.push_back(segment); }

@@ -39,7 +39,7 @@ public:
     // element: write `PropertyList{PropertyNode(list)}` for a list in a list.
     PropertyList(std::initializer_list<PropertyNode> nodes);
     // From a range of nodes, or of what makes one.
-    template <class Iterator, std::enable_if_t<!std::is_convertible_v<Iterator, const char*>, int> = 0>
+    template <class Iterator, std::enable_if_t<Internal::isRangeIterator<Iterator>, int> = 0>
     PropertyList(Iterator begin, Iterator end);
 
     std::size_t size() const noexcept;
@@ -82,7 +82,8 @@ public:
     ~PropertyMap();
     // `{{"name", "lattice"}, {"seed", 7}}`. Of entries with the same key the first one is kept.
     PropertyMap(std::initializer_list<PropertyMapEntry> entries);
-    template <class Iterator>
+    // From a range of entries.
+    template <class Iterator, std::enable_if_t<Internal::isRangeIterator<Iterator>, int> = 0>
     PropertyMap(Iterator begin, Iterator end);
 
     std::size_t size() const noexcept;
@@ -189,7 +190,7 @@ inline PropertyList::~PropertyList() = default;
 
 inline PropertyList::PropertyList(std::initializer_list<PropertyNode> nodes) : nodes_(nodes) {}
 
-template <class Iterator, std::enable_if_t<!std::is_convertible_v<Iterator, const char*>, int>>
+template <class Iterator, std::enable_if_t<Internal::isRangeIterator<Iterator>, int>>
 PropertyList::PropertyList(Iterator begin, Iterator end) : nodes_(begin, end) {}
 
 inline PropertyList& PropertyList::operator=(PropertyList other) noexcept {
@@ -254,7 +255,7 @@ inline PropertyMap::~PropertyMap() = default;
 inline PropertyMap::PropertyMap(std::initializer_list<PropertyMapEntry> entries)
     : PropertyMap(entries.begin(), entries.end()) {}
 
-template <class Iterator>
+template <class Iterator, std::enable_if_t<Internal::isRangeIterator<Iterator>, int>>
 PropertyMap::PropertyMap(Iterator begin, Iterator end) {
     for (; begin != end; ++begin) {
         if (!contains(begin->key)) {
