@@ -5,6 +5,7 @@
 #include <pyx/customtypes/custom_types.h>
 
 #include <algorithm>
+#include <cstdint>
 #include <mutex>
 #include <stdexcept>
 #include <string>
@@ -17,6 +18,13 @@ namespace {
 
 using Internal::CustomTypeCodec;
 
+struct RegisteredCodec : CustomTypeCodec {
+    RegisteredCodec(CustomTypeCodec&& codec, std::uint64_t registration)
+        : CustomTypeCodec(std::move(codec)), number(registration) {}
+
+    std::uint64_t number;
+};
+
 // No two codecs have the same class or the same name.
 class CodecRegistry {
 public:
@@ -25,7 +33,8 @@ public:
         return registry;
     }
 
-    void add(CustomTypeCodec&& codec) {
+    // The number of the registration.
+    std::uint64_t add(CustomTypeCodec&& codec) {
         const std::lock_guard lock(mutex_);
         const bool taken = std::any_of(codecs_.begin(), codecs_.end(), [&](const CustomTypeCodec& present) {
             return *present.typeInfo == *codec.typeInfo || present.typeName == codec.typeName;
@@ -33,13 +42,15 @@ public:
         if (taken) {
             throw std::runtime_error("The proposed addition conflicts with a previously registered codec.");
         }
-        codecs_.push_back(std::move(codec));
+        codecs_.emplace_back(std::move(codec), codecsSoFar_);
+        return codecsSoFar_++;
     }
 
-    bool remove(const std::type_info& type) {
+    // Whether there was a codec that `matches`.
+    template <class Matches>
+    bool remove(Matches matches) {
         const std::lock_guard lock(mutex_);
-        const auto found = std::find_if(codecs_.begin(), codecs_.end(),
-                                        [&](const CustomTypeCodec& codec) { return *codec.typeInfo == type; });
+        const auto found = std::find_if(codecs_.begin(), codecs_.end(), matches);
         if (found == codecs_.end()) {
             return false;
         }
@@ -60,12 +71,13 @@ public:
 
 private:
     CodecRegistry() {
-        codecs_.push_back(buildCustomTypeCodec<PropertyPath>("PropertyPath", Internal::encodePropertyPath,
-                                                             Internal::decodePropertyPath));
+        add(buildCustomTypeCodec<PropertyPath>("PropertyPath", Internal::encodePropertyPath,
+                                               Internal::decodePropertyPath));
     }
 
     std::mutex mutex_;
-    std::vector<CustomTypeCodec> codecs_;
+    std::vector<RegisteredCodec> codecs_;
+    std::uint64_t codecsSoFar_ = 0;
 };
 
 // Made when the library is loaded, so that it outlasts every registration of a client, also one in a static object that
@@ -81,7 +93,15 @@ void registerCustomTypeCodec(CustomTypeCodec&& codec) {
 }
 
 bool unregisterCustomTypeCodec(const std::type_info& type) {
-    return CodecRegistry::instance().remove(type);
+    return CodecRegistry::instance().remove([&](const CustomTypeCodec& codec) { return *codec.typeInfo == type; });
+}
+
+std::uint64_t addCustomTypeCodec(CustomTypeCodec&& codec) {
+    return CodecRegistry::instance().add(std::move(codec));
+}
+
+void removeCustomTypeCodec(std::uint64_t registration) {
+    CodecRegistry::instance().remove([=](const RegisteredCodec& codec) { return codec.number == registration; });
 }
 
 }  // namespace Internal
