@@ -25,7 +25,7 @@ ROW_MAJOR = 0
 VECTOR = "QQ8x"
 LAYOUTS = {
     "NullVariantData": "8x",
-    "ScalarVariantDataNonCounted": "8x",
+    "InlineScalar": "8x",
     "ScalarVariantDataRefCounted": "12x",
     # The number of elements, dimensions, ordering.
     "VectorVariantData": f"16x Q {VECTOR} I 12x",
@@ -131,7 +131,7 @@ def data_at(address, otherwise="no data object"):
     behind = address + struct.calcsize("<" + LAYOUTS[kind])
     if kind == "NullVariantData":
         return None
-    if kind.startswith("Scalar"):
+    if "Scalar" in kind:
         alignment = element_type(element).alignment
         return Data(element, None, ROW_MAJOR, -(-behind // alignment) * alignment, 1)
     if kind.startswith("Transmute"):

@@ -204,7 +204,7 @@ struct Fake final : Internal::IVariantDataNonRefCounted {
     Internal::CustomTypeOperations* customTypeOperations() const override { return operations; }
     IVariantData* reorderData(DataOrdering) override { return makeCopy(); }
     void reshapeNoRealloc(ArrayDimensionsView) override {}
-    IVariantData* reshapeToZVariant(const IVariantData*, ArrayDimensionsView, DataOrdering) override { return nullptr; }
+    IVariantData* reshapeToZVariant(IVariantData*, ArrayDimensionsView, DataOrdering) override { return nullptr; }
     const void* constStoredData() const override { return elements; }
     void* mutableStoredData() override { return elements; }
     IVariantData* convertDataTo(WellKnownType, ConversionMode asked) override {

@@ -220,7 +220,7 @@ TEST(Rebuild, RefusesElementsOfAnotherType) {
     const OwnedData<> text(constructVariantScalar<std::string>(nullptr, 0, "text"));
     EXPECT_RAISES(std::invalid_argument, "Wrong data type.",
                   text->reshapeToZVariant(sixNumbers({6}).get(), {1}, DataOrdering::RowMajor));
-    for (const IVariantData* nothing : std::initializer_list<IVariantData*>{nullptr, constructVariantNull()}) {
+    for (IVariantData* const nothing : {static_cast<IVariantData*>(nullptr), constructVariantNull()}) {
         const OwnedData<> empty(text->reshapeToZVariant(nothing, {2}, DataOrdering::RowMajor));
         EXPECT_EQ(element<std::string>(*empty, 1), "");
     }

@@ -17,7 +17,9 @@ void failing(const ZVariant& value) {
     (void)ZVariantAbi::allocate<Custom>({1});
     (void)ZVariant::fromVector(std::vector<bool>{true});
     (void)value.elementAt<long>(0);
-    (void)value.elementAt<long double>(0);
+    (void)value.isElementType<long double>();
+    PropertyList(3, 4);
+    (void)sizeof(Internal::ScalarVariantDataNonCounted<PropertyPath>);
     (void)value.as<Custom>();
     (void)ZVariant::fromCustom(Incomparable());
     registerCustomType<Custom>(

@@ -7,6 +7,7 @@
 #include <pyx/variant/ArrayVariantData.h>
 #include <pyx/variant/OwnedData.h>
 #include <pyx/variant/VectorVariantData.h>
+#include <pyx/variant/array_operations.h>
 
 #include <algorithm>
 #include <cstddef>
@@ -36,9 +37,7 @@ ElementRun storedElements(const IVariantData& data) {
     if (typeid(data) == typeid(VectorVariantData<T>)) {
         return {data.constStoredData(), data.numberAllocatedElements()};
     }
-    const auto* const counted = dynamic_cast<const IVariantDataRefCounted*>(&data);
-    return {data.constStoredData(),
-            counted != nullptr ? counted->numberReadableElements() : data.numberAllocatedElements()};
+    return {data.constStoredData(), numberReadableElements(data)};
 }
 
 // Compares the first `count` elements of two objects of one type. Raises as dispatchElementType does.
@@ -76,8 +75,8 @@ bool compareCustomElements(const IVariantData& left, const IVariantData& right, 
         return false;
     }
     // Only the class itself could make its default for an element that is not there.
-    const std::uint64_t stored = std::min(count, left.numberAllocatedElements());
-    return stored == std::min(count, right.numberAllocatedElements()) &&
+    const std::uint64_t stored = std::min(count, numberReadableElements(left));
+    return stored == std::min(count, numberReadableElements(right)) &&
            operations->compareElements(left.constStoredData(), right.constStoredData(), stored, identity);
 }
 

@@ -13,18 +13,6 @@
 
 namespace Quorvane::Pyx::Internal {
 
-namespace {
-
-// The default element of a type. Borrowed, static.
-const void* defaultElement(WellKnownType type) {
-    return dispatchElementType(type, [](auto tag) -> const void* {
-        static const typename decltype(tag)::type element{};
-        return &element;
-    });
-}
-
-}  // namespace
-
 IVariantData* convertStoredScalar(WellKnownType source, const void* value, WellKnownType target, ConversionMode mode) {
     return dispatchElementType(target, [&](auto tag) -> IVariantData* {
         using T = typename decltype(tag)::type;
@@ -36,21 +24,16 @@ IVariantData* convertStoredScalar(WellKnownType source, const void* value, WellK
     });
 }
 
-IVariantData* convertStoredArray(const IVariantData& source, WellKnownType target, ConversionMode mode,
+IVariantData* convertStoredArray(const StoredArray& source, WellKnownType target, ConversionMode mode,
                                  RefusedArray refused) {
     return dispatchElementType(target, [&](auto tag) -> IVariantData* {
         using T = typename decltype(tag)::type;
-        const ConvertCell convert = conversionCell<T>(source.wellKnownDataType());
-        auto result = VectorVariantData<T>::makeForOverwrite(source.dimensions(), source.dataOrdering());
+        const ConvertCell convert = conversionCell<T>(source.type);
+        auto result = VectorVariantData<T>::makeForOverwrite(source.dimensions, source.ordering);
         // A reshape can hide elements of the source, or promise more than it has.
         const std::uint64_t shown = result->numberAllocatedElements();
-        const std::uint64_t count = std::min(shown, source.numberAllocatedElements());
-        T ignored{};
-        // Where the shape promises elements and there is none, the rule looks at one that stands for them.
-        const bool converted = count == 0 && shown != 0
-                                   ? convert(defaultElement(source.wellKnownDataType()), &ignored, 1, mode)
-                                   : convert(source.constStoredData(), result->elements(), count, mode);
-        if (!converted) {
+        const std::uint64_t count = std::min(shown, source.numberAllocatedElements);
+        if (!convert(source.elements, result->elements(), count, mode)) {
             if (refused == RefusedArray::kept) {
                 (void)result.release();
             }
@@ -62,13 +45,19 @@ IVariantData* convertStoredArray(const IVariantData& source, WellKnownType targe
 }
 
 IVariantData* ExternalVariantStorageAdaptor::convertDataTo(WellKnownType target, ConversionMode mode) {
-    if (client_ == nullptr) {
-        return snapshot_->convertDataTo(target, mode);
+    if (client == nullptr) {
+        return snapshot->convertDataTo(target, mode);
     }
+    const DataOrdering ordering = client->dataOrdering();
+    const ArrayDimensionsView shape = dimensions();
+    const void* const elements = client->constStoredData();
+    const WellKnownType type = client->wellKnownDataType();
     // An unknown type of the client is told before one of the target, other than with arrays.
-    requireElementType(wellKnownDataType());
+    requireElementType(type);
+    requireElementType(target);
     // Deliberately keeps for ever what a refused conversion of a client's storage has allocated.
-    return convertStoredArray(*this, target, mode, RefusedArray::kept);
+    return convertStoredArray({type, elements, client->numberAllocatedElements(), shape, ordering}, target, mode,
+                              RefusedArray::kept);
 }
 
 template <class T>
@@ -79,7 +68,9 @@ IVariantData* WellKnownElementOperations<T>::convertScalar(const T& value, WellK
 template <class T>
 IVariantData* WellKnownElementOperations<T>::convertArray(const IVariantData& source, WellKnownType target,
                                                           ConversionMode mode) {
-    return convertStoredArray(source, target, mode);
+    return convertStoredArray(
+        {type, source.constStoredData(), source.numberAllocatedElements(), source.dimensions(), source.dataOrdering()},
+        target, mode);
 }
 
 #define PYXCORE_ELEMENT_TYPE(name, enumerator, code, family, elementType, portableName)                              \

@@ -1,7 +1,11 @@
 // Conversion of whole data objects, with both element types known at run time only.
 #pragma once
 
+#include <pyx/indexing/ArrayDimensionsView.h>
+#include <pyx/indexing/DataOrdering.h>
 #include <pyx/variant/IVariantData.h>
+
+#include <cstdint>
 
 namespace Quorvane::Pyx::Internal {
 
@@ -12,9 +16,19 @@ IVariantData* convertStoredScalar(WellKnownType source, const void* value, WellK
 // What becomes of the array that a refused conversion has allocated.
 enum class RefusedArray { released, kept };
 
-// The elements of any data object to a new array of the same shape and ordering; null when they are refused. Raises as
+// The elements of an array in anybody's memory, borrowed.
+struct StoredArray {
+    WellKnownType type;
+    const void* elements;
+    std::uint64_t numberAllocatedElements;
+    ArrayDimensionsView dimensions;
+    DataOrdering ordering;
+};
+
+// The elements to a new array of the same shape and ordering; null when they are refused. Elements that the shape
+// promises and the memory does not have become defaults; where it has none, the rule sees an empty run. Raises as
 // dispatchElementType does, for the target first.
-IVariantData* convertStoredArray(const IVariantData& source, WellKnownType target, ConversionMode mode,
+IVariantData* convertStoredArray(const StoredArray& source, WellKnownType target, ConversionMode mode,
                                  RefusedArray refused = RefusedArray::released);
 
 }  // namespace Quorvane::Pyx::Internal

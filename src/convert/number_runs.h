@@ -70,9 +70,10 @@ using CastVehicle = std::conditional_t<(sizeof(T) < 4 || std::is_same_v<T, int>)
 template <class S, class T>
 inline constexpr bool castChecksRange = std::is_floating_point_v<S>&& std::is_integral_v<T> && !std::is_same_v<T, bool>;
 
-// None of these bits is set only where keepsValue holds; one may be set there too, as for an infinity that stays.
-// Collected over a block instead of comparisons. What a bool is follows from the value, which is cheaper than to widen
-// the bool.
+// Zero implies keepsValue. Nonzero does not imply a change: an infinity that stays sets bits too. A loop collects these
+// bits over a block instead of comparisons. A program that has denormal results flushed to zero loses their differences
+// here, by what stands in their block; it takes such numbers for zeros itself. What a bool is follows from the value,
+// which is cheaper than to widen the bool.
 template <class S, class T>
 auto changedBits(S value, [[maybe_unused]] T converted) {
     if constexpr (std::is_floating_point_v<S>) {

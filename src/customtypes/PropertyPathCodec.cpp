@@ -14,11 +14,11 @@ namespace Quorvane::Pyx::Internal {
 namespace {
 
 template <class T>
-T requireSingleValue(const ZVariant& value, const char* targetName) {
+T requireSingleValue(const ZVariant& value) {
     auto single = extractSingleValue<T>(value);
     if (!single) {
-        throw std::runtime_error(conversionFailureText(ZVariantDirectStorage::valueName, value.wellKnownDataType(),
-                                                       value.elementCount(), targetName));
+        throw std::runtime_error(conversionFailureText(CtTypeExtractor<ZVariant>::n(), value.wellKnownDataType(),
+                                                       value.elementCount(), CtTypeExtractor<StoredElement<T>>::n()));
     }
     return *std::move(single);
 }
@@ -41,9 +41,9 @@ PropertyPath decodePropertyPath(const PropertyMap& map) {
     for (const PropertyNode& node : map.at(pathKey).list()) {
         const ZVariant& value = node.value();
         if (value.isElementType<std::string>()) {
-            path.append(requireSingleValue<std::string>(value, "std::string"));
+            path.append(requireSingleValue<std::string>(value));
         } else {
-            path.append(requireSingleValue<std::uint64_t>(value, "uint64_t"));
+            path.append(requireSingleValue<std::uint64_t>(value));
         }
     }
     return path;

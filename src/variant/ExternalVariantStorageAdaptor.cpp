@@ -16,70 +16,70 @@ IVariantData* constructVariantExternal(ExternalVariantStorageInterface* storage)
     return new ExternalVariantStorageAdaptor(storage);
 }
 
-ExternalVariantStorageAdaptor::ExternalVariantStorageAdaptor(ExternalVariantStorageInterface* client)
-    : client_(client) {
+ExternalVariantStorageAdaptor::ExternalVariantStorageAdaptor(ExternalVariantStorageInterface* storage)
+    : client(storage) {
     // Not counted: the client is told when this object goes.
     client->detachCallback = [this] { detach(); };
 }
 
 ExternalVariantStorageAdaptor::~ExternalVariantStorageAdaptor() {
-    if (client_ != nullptr) {
-        client_->adaptorDestroyed();
+    if (client != nullptr) {
+        client->adaptorDestroyed();
     }
 }
 
 // May be called again, and then replaces the snapshot by a copy of itself.
 void ExternalVariantStorageAdaptor::detach() {
     // A conversion to the own type is a copy, and never refused.
-    snapshot_.reset(convertDataTo(wellKnownDataType(), ConversionMode::Cast));
-    client_ = nullptr;
+    snapshot.reset(convertDataTo(wellKnownDataType(), ConversionMode::Cast));
+    client = nullptr;
 }
 
 std::uint64_t ExternalVariantStorageAdaptor::numberAllocatedElements() const {
-    return client_ != nullptr ? client_->numberAllocatedElements() : snapshot_->numberAllocatedElements();
+    return client != nullptr ? client->numberAllocatedElements() : snapshot->numberAllocatedElements();
 }
 
 ArrayDimensionsView ExternalVariantStorageAdaptor::dimensions() const {
-    if (client_ == nullptr) {
-        return snapshot_->dimensions();
+    if (client == nullptr) {
+        return snapshot->dimensions();
     }
     // A cache that is still right stays where it is, and with it the views of it.
-    const ArrayDimensionsView current = client_->dimensions();
-    if (current != cachedDimensions_) {
-        cachedDimensions_ = current.toVector();
+    const ArrayDimensionsView current = client->dimensions();
+    if (current != cachedDimensions) {
+        cachedDimensions = current.toVector();
     }
-    return cachedDimensions_;
+    return cachedDimensions;
 }
 
 DataOrdering ExternalVariantStorageAdaptor::dataOrdering() const {
-    return client_ != nullptr ? client_->dataOrdering() : snapshot_->dataOrdering();
+    return client != nullptr ? client->dataOrdering() : snapshot->dataOrdering();
 }
 
 WellKnownType ExternalVariantStorageAdaptor::wellKnownDataType() const {
-    return client_ != nullptr ? client_->wellKnownDataType() : snapshot_->wellKnownDataType();
+    return client != nullptr ? client->wellKnownDataType() : snapshot->wellKnownDataType();
 }
 
 IVariantData* ExternalVariantStorageAdaptor::reorderData(DataOrdering wanted) {
-    if (client_ != nullptr) {
+    if (client != nullptr) {
         throw std::runtime_error("Not implemented!");
     }
-    if (wanted == snapshot_->dataOrdering()) {
+    if (wanted == snapshot->dataOrdering()) {
         // The snapshot itself would answer with itself, and nobody else may hold it.
         copy();
         return this;
     }
-    return snapshot_->reorderData(wanted);
+    return snapshot->reorderData(wanted);
 }
 
 void ExternalVariantStorageAdaptor::reshapeNoRealloc(ArrayDimensionsView wanted) {
-    if (client_ != nullptr) {
-        client_->reshapeNoRealloc(wanted);
+    if (client != nullptr) {
+        client->reshapeNoRealloc(wanted);
     } else {
-        snapshot_->reshapeNoRealloc(wanted);
+        snapshot->reshapeNoRealloc(wanted);
     }
 }
 
-IVariantData* ExternalVariantStorageAdaptor::reshapeToZVariant(const IVariantData* source, ArrayDimensionsView wanted,
+IVariantData* ExternalVariantStorageAdaptor::reshapeToZVariant(IVariantData* source, ArrayDimensionsView wanted,
                                                                DataOrdering ordering) {
     const WellKnownType type = wellKnownDataType();
     requireElementType(type);
@@ -93,19 +93,22 @@ IVariantData* ExternalVariantStorageAdaptor::reshapeToZVariant(const IVariantDat
 }
 
 const void* ExternalVariantStorageAdaptor::constStoredData() const {
-    return client_ != nullptr ? client_->constStoredData() : snapshot_->constStoredData();
+    return client != nullptr ? client->constStoredData() : snapshot->constStoredData();
 }
 
 void* ExternalVariantStorageAdaptor::mutableStoredData() {
-    return client_ != nullptr ? client_->mutableStoredData() : snapshot_->mutableStoredData();
+    return client != nullptr ? client->mutableStoredData() : snapshot->mutableStoredData();
 }
 
+// The client sees the order in which it is asked, here and in convertDataTo.
 IVariantData* ExternalVariantStorageAdaptor::duplicate() const {
+    const DataOrdering ordering = dataOrdering();
+    const ArrayDimensionsView shape = dimensions();
+    const std::uint64_t count = numberAllocatedElements();
+    const void* const elements = constStoredData();
     return dispatchElementType(wellKnownDataType(), [&](auto tag) -> IVariantData* {
         using T = typename decltype(tag)::type;
-        return VectorVariantData<T>::makeFromData(static_cast<const T*>(constStoredData()), numberAllocatedElements(),
-                                                  dimensions(), dataOrdering())
-            .release();
+        return VectorVariantData<T>::makeFromData(static_cast<const T*>(elements), count, shape, ordering).release();
     });
 }
 

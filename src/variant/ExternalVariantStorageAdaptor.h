@@ -15,7 +15,7 @@ namespace Quorvane::Pyx::Internal {
 class ExternalVariantStorageAdaptor final : public IVariantDataRefCounted {
 public:
     // Leaves its callback with the client, which thereby stops serving any other adaptor. The client is borrowed.
-    explicit ExternalVariantStorageAdaptor(ExternalVariantStorageInterface* client);
+    explicit ExternalVariantStorageAdaptor(ExternalVariantStorageInterface* storage);
     ~ExternalVariantStorageAdaptor() override;
 
     std::uint64_t numberAllocatedElements() const override;
@@ -31,8 +31,7 @@ public:
     IVariantData* reorderData(DataOrdering wanted) override;
     void reshapeNoRealloc(ArrayDimensionsView wanted) override;
     // Ends the process when the source has more elements than the wanted shape.
-    IVariantData* reshapeToZVariant(const IVariantData* source, ArrayDimensionsView wanted,
-                                    DataOrdering ordering) override;
+    IVariantData* reshapeToZVariant(IVariantData* source, ArrayDimensionsView wanted, DataOrdering ordering) override;
     const void* constStoredData() const override;
     void* mutableStoredData() override;
     IVariantData* convertDataTo(WellKnownType target, ConversionMode mode) override;
@@ -42,9 +41,9 @@ public:
 private:
     void detach();
 
-    ExternalVariantStorageInterface* client_;
-    mutable std::vector<std::uint64_t> cachedDimensions_;
-    std::unique_ptr<IVariantData> snapshot_;
+    ExternalVariantStorageInterface* client;
+    mutable std::vector<std::uint64_t> cachedDimensions;
+    std::unique_ptr<IVariantData> snapshot;
 };
 
 }  // namespace Quorvane::Pyx::Internal

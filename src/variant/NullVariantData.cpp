@@ -51,7 +51,7 @@ void NullVariantData::reshapeNoRealloc(ArrayDimensionsView wanted) {
     }
 }
 
-IVariantData* NullVariantData::reshapeToZVariant(const IVariantData*, ArrayDimensionsView, DataOrdering) {
+IVariantData* NullVariantData::reshapeToZVariant(IVariantData*, ArrayDimensionsView, DataOrdering) {
     return nullptr;
 }
 

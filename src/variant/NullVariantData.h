@@ -21,8 +21,7 @@ public:
     CustomTypeOperations* customTypeOperations() const override;
     IVariantData* reorderData(DataOrdering wanted) override;
     void reshapeNoRealloc(ArrayDimensionsView wanted) override;
-    IVariantData* reshapeToZVariant(const IVariantData* source, ArrayDimensionsView wanted,
-                                    DataOrdering ordering) override;
+    IVariantData* reshapeToZVariant(IVariantData* source, ArrayDimensionsView wanted, DataOrdering ordering) override;
     const void* constStoredData() const override;
     void* mutableStoredData() override;
     IVariantData* convertDataTo(WellKnownType target, ConversionMode mode) override;

@@ -1,21 +1,58 @@
 #include "variant/TransmuteVariant.h"
 
+#include <pyx/variant/array_operations.h>
 #include <pyx/variant/conversion_failure_text.h>
 #include <pyx/variant/factories.h>
 
+#include <new>
+#include <typeinfo>
+
 namespace Quorvane::Pyx::Internal {
 
-// The object is allocated before the reference is taken over.
+namespace {
+
+// Plain std::bad_alloc tells the caller that there was no memory for the view, and then alone the reference stays with
+// the caller. So memory that runs out after the reference was taken over has another name.
+template <class View>
+IVariantData* constructView(IVariantData* data) {
+    bool isTakenOver = false;
+    const auto takeOver = [&] {
+        isTakenOver = true;
+        return OwnedData<>(data);
+    };
+    try {
+        // Memory for the view is allocated before the argument is made.
+        return new View(takeOver());
+    } catch (const std::bad_alloc& error) {
+        if (isTakenOver && typeid(error) == typeid(std::bad_alloc)) {
+            throw std::bad_array_new_length();
+        }
+        throw;
+    }
+}
+
+}  // namespace
+
 IVariantData* constructTransmuteRealToComplexVariant(IVariantData* data) {
-    return new TransmuteRealToComplexVariant(OwnedData<>(data));
+    return constructView<TransmuteRealToComplexVariant>(data);
 }
 
 IVariantData* constructTransmuteComplexToRealVariant(IVariantData* data) {
-    return new TransmuteComplexToRealVariant(OwnedData<>(data));
+    return constructView<TransmuteComplexToRealVariant>(data);
+}
+
+std::uint64_t numberReadableElements(const IVariantData& data) {
+    if (typeid(data) == typeid(TransmuteRealToComplexVariant)) {
+        return static_cast<const TransmuteRealToComplexVariant&>(data).numberReadableElements();
+    }
+    if (typeid(data) == typeid(TransmuteComplexToRealVariant)) {
+        return static_cast<const TransmuteComplexToRealVariant&>(data).numberReadableElements();
+    }
+    return data.numberAllocatedElements();
 }
 
 WellKnownType TransmuteRealToComplexVariant::wellKnownDataType() const {
-    const WellKnownType type = data().wellKnownDataType();
+    const WellKnownType type = data->wellKnownDataType();
     requireNumericView(type);
     return type.complexType();
 }
@@ -25,7 +62,7 @@ IVariantData* TransmuteRealToComplexVariant::convertDataTo(WellKnownType target,
 }
 
 WellKnownType TransmuteComplexToRealVariant::wellKnownDataType() const {
-    return data().wellKnownDataType().componentType();
+    return data->wellKnownDataType().componentType();
 }
 
 IVariantData* TransmuteComplexToRealVariant::convertDataTo(WellKnownType target, ConversionMode mode) {

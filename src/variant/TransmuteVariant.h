@@ -9,7 +9,6 @@
 
 #include <algorithm>
 #include <cstdint>
-#include <new>
 #include <stdexcept>
 #include <utility>
 #include <vector>
@@ -21,14 +20,14 @@ namespace Quorvane::Pyx::Internal {
 template <class View>
 class TransmuteVariant : public IVariantDataRefCounted {
 public:
-    // Takes the reference over, also when it fails: with std::invalid_argument "Cannot create a view of data without
-    // dimensions.", and with std::bad_array_new_length when memory is exhausted.
-    explicit TransmuteVariant(OwnedData<> data) : data_(std::move(data)), dimensions_(dimensionsOver(*data_)) {}
+    // Takes the reference over, also when it fails. Raises std::invalid_argument "Cannot create a view of data without
+    // dimensions.".
+    explicit TransmuteVariant(OwnedData<> viewed) : data(std::move(viewed)), dimensions_(dimensionsOver(*data)) {}
 
-    std::uint64_t numberAllocatedElements() const final { return View::countOf(data_->numberAllocatedElements()); }
+    std::uint64_t numberAllocatedElements() const final { return View::countOf(data->numberAllocatedElements()); }
     ArrayDimensionsView dimensions() const final { return dimensions_; }
     bool isScalarStorage() const final { return false; }
-    DataOrdering dataOrdering() const final { return data_->dataOrdering(); }
+    DataOrdering dataOrdering() const final { return data->dataOrdering(); }
     const std::type_info* storedTypeInfo() const final { return nullptr; }
     CustomTypeOperations* customTypeOperations() const final { return nullptr; }
 
@@ -55,21 +54,22 @@ public:
         dimensions_ = wanted.toVector();
     }
 
-    IVariantData* reshapeToZVariant(const IVariantData*, ArrayDimensionsView, DataOrdering) final {
+    IVariantData* reshapeToZVariant(IVariantData*, ArrayDimensionsView, DataOrdering) final {
         throw std::runtime_error("Reshaping to ZVariant is not allowed for Transmute Variant");
     }
 
-    const void* constStoredData() const final { return data_->constStoredData(); }
-    void* mutableStoredData() final { return data_->mutableStoredData(); }
+    const void* constStoredData() const final { return data->constStoredData(); }
+    void* mutableStoredData() final { return data->mutableStoredData(); }
 
     // A plain array of as many elements as the shape shows.
     IVariantData* duplicate() const final {
-        const IVariantData* const source = reinterpretsNothing() ? data_.get() : this;
+        const IVariantData* const source = reinterpretsNothing() ? data.get() : this;
         return rebuildElementsOf(this->wellKnownDataType(), source, dimensions_, dataOrdering());
     }
 
-    std::uint64_t numberReadableElements() const final {
-        return reinterpretsNothing() ? std::min(data_->numberAllocatedElements(), numberAllocatedElements())
+    // As many elements as can be read: not more than the data have, of whatever kind they are.
+    std::uint64_t numberReadableElements() const {
+        return reinterpretsNothing() ? std::min(data->numberAllocatedElements(), numberAllocatedElements())
                                      : numberAllocatedElements();
     }
 
@@ -77,37 +77,30 @@ public:
     bool isUnique() const final { return false; }
 
 protected:
-    const IVariantData& data() const { return *data_; }
-
     // The data converted and viewed again; null when their conversion is refused.
     IVariantData* viewConverted(WellKnownType target, ConversionMode mode) {
-        OwnedData<> converted(data_->convertDataTo(target, mode));
+        OwnedData<> converted(data->convertDataTo(target, mode));
         return converted == nullptr ? nullptr : new View(std::move(converted));
     }
 
+    OwnedData<> data;
+
 private:
-    static std::vector<std::uint64_t> dimensionsOver(const IVariantData& data) {
-        try {
-            std::vector<std::uint64_t> dimensions = data.dimensions().toVector();
-            if (dimensions.empty()) {
-                throw std::invalid_argument("Cannot create a view of data without dimensions.");
-            }
-            std::uint64_t& fastest =
-                data.dataOrdering() == DataOrdering::RowMajor ? dimensions.back() : dimensions.front();
-            fastest = View::countOf(fastest);
-            return dimensions;
-        } catch (const std::bad_alloc&) {
-            // Tells where the reference is: std::bad_alloc itself leaves it with the caller, when there is no memory
-            // for the view. So a client's own std::bad_alloc is renamed as well.
-            throw std::bad_array_new_length();
+    static std::vector<std::uint64_t> dimensionsOver(const IVariantData& viewed) {
+        std::vector<std::uint64_t> dimensions = viewed.dimensions().toVector();
+        if (dimensions.empty()) {
+            throw std::invalid_argument("Cannot create a view of data without dimensions.");
         }
+        std::uint64_t& fastest =
+            viewed.dataOrdering() == DataOrdering::RowMajor ? dimensions.back() : dimensions.front();
+        fastest = View::countOf(fastest);
+        return dimensions;
     }
 
     // Whether the data are of the view's own kind of numbers already, or none. Nothing refuses such a view, but the
     // number of its elements is not that of the storage, so they are read from the data where they must be read.
-    bool reinterpretsNothing() const { return data_->wellKnownDataType() == this->wellKnownDataType(); }
+    bool reinterpretsNothing() const { return data->wellKnownDataType() == this->wellKnownDataType(); }
 
-    OwnedData<> data_;
     std::vector<std::uint64_t> dimensions_;
 };
 

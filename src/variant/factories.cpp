@@ -1,14 +1,19 @@
 #include <pyx/variant/factories.h>
 
+#include "variant/InlineScalar.h"
+
 #include <pyx/types/dispatch.h>
 #include <pyx/variant/ScalarVariantData.h>
 #include <pyx/variant/StdVectorVariantData.h>
 #include <pyx/variant/VectorVariantData.h>
 #include <pyx/variant/ZVariantDirectStorage.h>
+#include <pyx/variant/inline_scalars.h>
 
 #include <algorithm>
 #include <new>
+#include <string>
 #include <type_traits>
+#include <typeinfo>
 #include <utility>
 
 namespace Quorvane::Pyx::Internal {
@@ -18,13 +23,15 @@ namespace {
 // Element is T, or const T to copy it.
 template <class T, class Element>
 IVariantData* constructScalar(void* storage, std::uint64_t room, Element&& value) {
-    if (room >= sizeof(ScalarVariantDataNonCounted<T>)) {
-        return new (storage) ScalarVariantDataNonCounted<T>(std::forward<Element>(value));
+    if (room >= sizeof(InlineScalar<T>)) {
+        return new (storage) InlineScalar<T>(std::forward<Element>(value));
     }
     return new ScalarVariantDataRefCounted<T>(std::forward<Element>(value));
 }
 
 }  // namespace
+
+constinit const std::type_info* const inlineStringClass = &typeid(InlineScalar<std::string>);
 
 template <class T>
 IVariantData* constructVariantScalar(void* storage, std::uint64_t room, T value) {
@@ -33,7 +40,7 @@ IVariantData* constructVariantScalar(void* storage, std::uint64_t room, T value)
 
 template <class T>
 IVariantData* moveVariantScalar(void* storage, std::uint64_t, T&& value) {
-    return new (storage) ScalarVariantDataNonCounted<T>(std::forward<T>(value));
+    return new (storage) InlineScalar<T>(std::forward<T>(value));
 }
 
 IVariantData* copyConstructVariantScalar(void* storage, std::uint64_t room, const ZVariantDirectStorage& source) {
@@ -47,7 +54,7 @@ IVariantData* moveConstructVariantScalar(void* storage, std::uint64_t, ZVariantD
     return dispatchElementType(source.wellKnownDataType(), [&](auto tag) -> IVariantData* {
         using T = typename decltype(tag)::type;
         T& element = *static_cast<T*>(source.mutableStoredData());
-        return new (storage) ScalarVariantDataNonCounted<T>(std::move(element));
+        return new (storage) InlineScalar<T>(std::move(element));
     });
 }
 

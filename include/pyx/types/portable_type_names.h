@@ -9,7 +9,15 @@
 #include <string>
 #include <string_view>
 
-namespace Quorvane::Pyx::Internal {
+namespace Quorvane::Pyx {
+
+template <class Storage>
+class ZVariantGeneric;
+
+namespace Internal {
+
+class ZVariantDirectStorage;
+class ZVariantDataSharable;
 
 // Where a name begins, and how many characters at the end of the text are not part of it. Borrows static storage.
 struct CtTypeName {
@@ -40,6 +48,16 @@ struct CtTypeExtractor {
         static constexpr CtTypeName n() noexcept { return {portableName, 0}; }   \
     };
 #include <pyx/types/element_types.def>
+
+// The two value types, as the source of a conversion.
+template <>
+struct CtTypeExtractor<ZVariantGeneric<ZVariantDirectStorage>> {
+    static constexpr CtTypeName n() noexcept { return {"Quorvane::Pyx::ZVariant", 0}; }
+};
+template <>
+struct CtTypeExtractor<ZVariantGeneric<ZVariantDataSharable>> {
+    static constexpr CtTypeName n() noexcept { return {"Quorvane::Pyx::ZVariantAbi", 0}; }
+};
 
 // Removes every occurrence of `pattern`. Text that a removal brings together to the left of it is not looked at again.
 inline void removeAll(std::string& text, std::string_view pattern) {
@@ -73,4 +91,5 @@ inline CtTypeName typeNameOfWellKnownType(WellKnownType type) {
         type, [](auto tag) -> CtTypeName { return CtTypeExtractor<typename decltype(tag)::type>::n(); });
 }
 
-}  // namespace Quorvane::Pyx::Internal
+}  // namespace Internal
+}  // namespace Quorvane::Pyx

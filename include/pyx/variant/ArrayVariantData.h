@@ -34,8 +34,7 @@ public:
         return ElementOperations<T>::reorder(*this, wanted);
     }
 
-    IVariantData* reshapeToZVariant(const IVariantData* source, ArrayDimensionsView wanted,
-                                    DataOrdering ordering) final {
+    IVariantData* reshapeToZVariant(IVariantData* source, ArrayDimensionsView wanted, DataOrdering ordering) final {
         return ElementOperations<T>::rebuild(source, wanted, ordering);
     }
 

@@ -11,6 +11,7 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <memory>
 #include <type_traits>
 #include <utility>
 
@@ -48,7 +49,7 @@ struct CustomElementOperations {
 
     static IVariantData* convertScalar(const T& value, WellKnownType target, ConversionMode mode) {
         requireElementType(target);
-        return areDefault(&value, 1, mode) ? constructDefaultScalar(target) : nullptr;
+        return areDefault(std::addressof(value), 1, mode) ? constructDefaultScalar(target) : nullptr;
     }
 
     static IVariantData* convertArray(const IVariantData& source, WellKnownType target, ConversionMode mode) {
@@ -79,7 +80,7 @@ private:
         return new ScalarVariantDataRefCounted<T>(*static_cast<const T*>(element));
     }
 
-    // Whether the elements may become defaults of another type. No elements are none.
+    // Whether the elements may become defaults of another type. An empty run is refused.
     static bool areDefault(const T* elements, std::uint64_t count, ConversionMode mode) {
         return mode == ConversionMode::Exact && count != 0 &&
                std::all_of(elements, elements + count, [](const T& element) { return element == T{}; });

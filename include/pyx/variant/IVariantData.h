@@ -69,11 +69,12 @@ public:
     virtual void reshapeNoRealloc(ArrayDimensionsView wanted) = 0;
 
     // A new array of this object's element type (of which nothing else is used), filled with the first elements of
-    // `source` in its storage order; elements without a source are default. The source is borrowed, may be null or
-    // this object, and must hold elements of the same type, or std::invalid_argument is raised. A null value gives a
-    // null pointer. A view raises std::runtime_error, and a client's storage deliberately ends the process when the
-    // source has more elements than the shape.
-    virtual IVariantData* reshapeToZVariant(const IVariantData* source, ArrayDimensionsView wanted,
+    // `source` in its storage order; elements without a source are default. The source is borrowed, is not changed, may
+    // be null or this object, and must hold elements of the same type, or std::invalid_argument "Wrong data type." is
+    // raised. A source that does not tell its class passes by its code. A null value gives a null pointer. A view
+    // raises std::runtime_error, and a client's storage deliberately ends the process when the source has more elements
+    // than the shape.
+    virtual IVariantData* reshapeToZVariant(IVariantData* source, ArrayDimensionsView wanted,
                                             DataOrdering ordering) = 0;
 
     // The first element; null for a null value, null or not for other data without elements. Borrowed.

@@ -17,11 +17,11 @@ public:
     IVariantDataRefCounted(const IVariantDataRefCounted&) = delete;
     IVariantDataRefCounted& operator=(const IVariantDataRefCounted&) = delete;
 
-    void copy() final { referenceCount_.fetch_add(1); }
+    void copy() final { referenceCount.fetch_add(1); }
 
     void destruct() final {
         // The only reference need not be counted down: an atomic write costs more than the test.
-        if (hasOneReference() || referenceCount_.fetch_sub(1) == 1) {
+        if (hasOneReference() || referenceCount.fetch_sub(1) == 1) {
             delete this;
         }
     }
@@ -43,17 +43,13 @@ public:
     // former holders did.
     virtual bool isUnique() const { return hasOneReference(); }
 
-    // How many of the allocated elements can be read: all of them, but of a view that makes more of its data than there
-    // are.
-    virtual std::uint64_t numberReadableElements() const { return numberAllocatedElements(); }
-
     // Why shared data are not reshaped in place.
     [[noreturn]] static void throwShared() {
         throw std::runtime_error("Reference count is greater than 1 - cannot reshape without reallocating.");
     }
 
 protected:
-    bool hasOneReference() const { return referenceCount_.load(std::memory_order_acquire) == 1; }
+    bool hasOneReference() const { return referenceCount.load(std::memory_order_acquire) == 1; }
 
     // The test that protects a reshape in place.
     void requireOneReference() const {
@@ -67,7 +63,7 @@ protected:
     }
 
 private:
-    std::atomic<std::uint32_t> referenceCount_{1};
+    std::atomic<std::uint32_t> referenceCount{1};
 };
 
 }  // namespace Quorvane::Pyx::Internal

@@ -6,7 +6,7 @@
 #include <pyx/variant/IVariantDataRefCounted.h>
 
 #include <cstdint>
-#include <new>
+#include <memory>
 #include <stdexcept>
 #include <type_traits>
 #include <typeinfo>
@@ -20,8 +20,8 @@ inline constexpr std::uint64_t scalarDimensions[1] = {1};
 template <class T, class Base>
 class ScalarVariantData : public Base {
 public:
-    explicit ScalarVariantData(const T& value) { copyElements(&value_, &value, 1); }
-    explicit ScalarVariantData(T&& value) : ScalarVariantData(std::move(value), std::is_trivially_copyable<T>()) {}
+    explicit ScalarVariantData(const T& element) { copyElements(std::addressof(value), std::addressof(element), 1); }
+    explicit ScalarVariantData(T&& element) : ScalarVariantData(std::move(element), std::is_trivially_copyable<T>()) {}
 
     std::uint64_t numberAllocatedElements() const final { return 1; }
     ArrayDimensionsView dimensions() const final { return {scalarDimensions, 1}; }
@@ -44,27 +44,23 @@ public:
         }
     }
 
-    IVariantData* reshapeToZVariant(const IVariantData* source, ArrayDimensionsView wanted,
-                                    DataOrdering ordering) final {
+    IVariantData* reshapeToZVariant(IVariantData* source, ArrayDimensionsView wanted, DataOrdering ordering) final {
         return ElementOperations<T>::rebuild(source, wanted, ordering);
     }
 
-    const void* constStoredData() const final { return &value_; }
-    void* mutableStoredData() final { return &value_; }
+    const void* constStoredData() const final { return std::addressof(value); }
+    void* mutableStoredData() final { return std::addressof(value); }
 
     IVariantData* convertDataTo(WellKnownType target, ConversionMode mode) final {
-        return ElementOperations<T>::convertScalar(value_, target, mode);
+        return ElementOperations<T>::convertScalar(value, target, mode);
     }
 
 protected:
-    const T& value() const { return value_; }
-    T& value() { return value_; }
+    T value{};
 
 private:
-    ScalarVariantData(T&& value, std::true_type) : ScalarVariantData(std::as_const(value)) {}
-    ScalarVariantData(T&& value, std::false_type) : value_(std::move(value)) {}
-
-    T value_{};
+    ScalarVariantData(T&& element, std::true_type) : ScalarVariantData(std::as_const(element)) {}
+    ScalarVariantData(T&& element, std::false_type) : value(std::move(element)) {}
 };
 
 template <class T>
@@ -72,34 +68,17 @@ class ScalarVariantDataRefCounted final : public ScalarVariantData<T, IVariantDa
 public:
     using ScalarVariantData<T, IVariantDataRefCounted>::ScalarVariantData;
 
-    IVariantData* duplicate() const override { return new ScalarVariantDataRefCounted(this->value()); }
+    IVariantData* duplicate() const override { return new ScalarVariantDataRefCounted(this->value); }
 };
 
-// A scalar in a value's inline buffer, as the value knows it.
-class InlineScalarData : public IVariantDataNonRefCounted {
-public:
-    // Builds a copy in another buffer, which must have room for it, and returns it.
-    virtual IVariantData* copyTo(void* buffer) const = 0;
-
-    // The same, and ends this object.
-    virtual IVariantData* relocateTo(void* buffer) noexcept = 0;
-};
-
-// Lives in a value's inline buffer; its holder ends it by the destructor alone.
+// Lives in a value's inline buffer; its holder ends it by the destructor alone. A scalar of a class that is no element
+// type is always counted.
 template <class T>
-class ScalarVariantDataNonCounted final : public ScalarVariantData<T, InlineScalarData> {
+class ScalarVariantDataNonCounted : public ScalarVariantData<T, IVariantDataNonRefCounted> {
+    static_assert(isWellKnownElement<T>, "Only scalars of PyxCore's element types live in a value's inline buffer.");
+
 public:
-    using ScalarVariantData<T, InlineScalarData>::ScalarVariantData;
-
-    IVariantData* copyTo(void* buffer) const override {
-        return new (buffer) ScalarVariantDataNonCounted(this->value());
-    }
-
-    IVariantData* relocateTo(void* buffer) noexcept override {
-        IVariantData* const moved = new (buffer) ScalarVariantDataNonCounted(std::move(this->value()));
-        this->~ScalarVariantDataNonCounted();
-        return moved;
-    }
+    using ScalarVariantData<T, IVariantDataNonRefCounted>::ScalarVariantData;
 };
 
 #define PYXCORE_ELEMENT_TYPE(name, enumerator, code, family, type, portableName) \

@@ -20,19 +20,19 @@ class StdVectorVariantData final : public ArrayVariantData<T> {
 public:
     // Adopts the vector. Its size decides the shape when the dimensions are empty or hold a 0; otherwise it must be
     // their product, or std::length_error "dimensions do not match data length" is raised.
-    StdVectorVariantData(std::vector<T>&& elements, ArrayDimensionsView dimensions, DataOrdering ordering)
-        : elements_(std::move(elements)), dimensions_(dimensions.begin(), dimensions.end()), ordering_(ordering) {
-        const std::uint64_t count = dimensions.elementCount();
+    StdVectorVariantData(std::vector<T>&& adopted, ArrayDimensionsView shape, DataOrdering storageOrdering)
+        : elements(std::move(adopted)), dimensions_(shape.begin(), shape.end()), ordering(storageOrdering) {
+        const std::uint64_t count = shape.elementCount();
         if (count != 0) {
-            requireDataLength(dimensions, elements_.size());
-        } else if (!elements_.empty()) {
-            dimensions_.assign(1, elements_.size());
+            requireDataLength(shape, elements.size());
+        } else if (!elements.empty()) {
+            dimensions_.assign(1, elements.size());
         }
     }
 
-    std::uint64_t numberAllocatedElements() const override { return elements_.size(); }
+    std::uint64_t numberAllocatedElements() const override { return elements.size(); }
     ArrayDimensionsView dimensions() const override { return dimensions_; }
-    DataOrdering dataOrdering() const override { return ordering_; }
+    DataOrdering dataOrdering() const override { return ordering; }
 
     void reshapeNoRealloc(ArrayDimensionsView wanted) override {
         if (wanted == dimensions()) {
@@ -40,28 +40,27 @@ public:
         }
         this->requireOneReference();
         // Deliberately the capacity and not the size: a client may adopt a vector with spare room and fill it later.
-        if (wanted.elementCount() > elements_.capacity()) {
+        if (wanted.elementCount() > elements.capacity()) {
             this->throwDoesNotFit();
         }
         dimensions_ = wanted.toVector();
     }
 
-    const void* constStoredData() const override { return elements_.data(); }
-    void* mutableStoredData() override { return elements_.data(); }
+    const void* constStoredData() const override { return elements.data(); }
+    void* mutableStoredData() override { return elements.data(); }
 
     IVariantData* duplicate() const override { return new StdVectorVariantData(*this); }
 
 private:
-    StdVectorVariantData(const StdVectorVariantData& other)
-        : dimensions_(other.dimensions_), ordering_(other.ordering_) {
+    StdVectorVariantData(const StdVectorVariantData& other) : dimensions_(other.dimensions_), ordering(other.ordering) {
         // The copy keeps the room that the shape counts on.
-        elements_.reserve(std::max<std::uint64_t>(other.elements_.size(), other.dimensions().elementCount()));
-        elements_.assign(other.elements_.begin(), other.elements_.end());
+        elements.reserve(std::max<std::uint64_t>(other.elements.size(), other.dimensions().elementCount()));
+        elements.assign(other.elements.begin(), other.elements.end());
     }
 
-    std::vector<T> elements_;
+    std::vector<T> elements;
     std::vector<std::uint64_t> dimensions_;
-    const DataOrdering ordering_;
+    const DataOrdering ordering;
 };
 
 #define PYXCORE_ADOPTABLE_TYPE(type) extern template class StdVectorVariantData<type>;

@@ -73,7 +73,7 @@ public:
 
     std::uint64_t numberAllocatedElements() const override { return numberAllocatedElements_; }
     ArrayDimensionsView dimensions() const override { return dimensions_; }
-    DataOrdering dataOrdering() const override { return ordering_; }
+    DataOrdering dataOrdering() const override { return ordering; }
 
     void reshapeNoRealloc(ArrayDimensionsView wanted) override {
         if (wanted == dimensions()) {
@@ -96,7 +96,7 @@ public:
 
     // Copies all allocated elements, also those that the shape hides.
     IVariantData* duplicate() const override {
-        return makeCopy(elements(), numberAllocatedElements_, dimensions_, ordering_).release();
+        return makeCopy(elements(), numberAllocatedElements_, dimensions_, ordering).release();
     }
 
 private:
@@ -106,8 +106,8 @@ private:
     };
 
     template <class Construct>
-    VectorVariantData(std::uint64_t count, ArrayDimensionsView dimensions, DataOrdering ordering, Construct construct)
-        : numberAllocatedElements_(count), dimensions_(dimensions.begin(), dimensions.end()), ordering_(ordering) {
+    VectorVariantData(std::uint64_t count, ArrayDimensionsView shape, DataOrdering storageOrdering, Construct construct)
+        : numberAllocatedElements_(count), dimensions_(shape.begin(), shape.end()), ordering(storageOrdering) {
         static_assert(
             alignof(T) <= alignof(VectorVariantData),
             "Elements stand right behind the object, so no class may need more alignment than plain new gives.");
@@ -133,7 +133,7 @@ private:
 
     const std::uint64_t numberAllocatedElements_;
     std::vector<std::uint64_t> dimensions_;
-    const DataOrdering ordering_;
+    const DataOrdering ordering;
 };
 
 #define PYXCORE_ELEMENT_TYPE(name, enumerator, code, family, type, portableName) \

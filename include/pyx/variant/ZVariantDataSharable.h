@@ -23,7 +23,6 @@ namespace Quorvane::Pyx::Internal {
 // moved-from storage, which may only be copied, assigned to or destroyed.
 class ZVariantDataSharable {
 public:
-    static constexpr const char* valueName = "Quorvane::Pyx::ZVariantAbi";
     static constexpr bool supported = true;
     static constexpr bool adoptsVectors = false;
     static constexpr bool holdsCustomClasses = false;
@@ -52,13 +51,13 @@ public:
 
     ZVariantDataSharable& operator=(ZVariantDataSharable&& other) noexcept {
         if (this != &other) {
-            std::swap(variantData, other.variantData);
-            other.end();
+            // The old data end last, since the other value may stand inside them.
+            giveUp(std::exchange(variantData, std::exchange(other.variantData, nullptr)));
         }
         return *this;
     }
 
-    ~ZVariantDataSharable() { end(); }
+    ~ZVariantDataSharable() { giveUp(variantData); }
 
     template <class T>
     static ZVariantDataSharable fromScalar(const T& value) {
@@ -213,12 +212,11 @@ private:
     }
 
     // A destructor does not throw, so the outcome is not looked at.
-    void end() noexcept {
-        if (variantData != nullptr) {
+    static void giveUp(IVariantData* data) noexcept {
+        if (data != nullptr) {
             AbiErrorRecord record;
             record.kind = nullptr;
-            ZVariantData_C_API_destruct(&record, variantData);
-            variantData = nullptr;
+            ZVariantData_C_API_destruct(&record, data);
         }
     }
 };

@@ -10,6 +10,7 @@
 #include <pyx/variant/VectorVariantData.h>
 #include <pyx/variant/comparison.h>
 #include <pyx/variant/factories.h>
+#include <pyx/variant/inline_scalars.h>
 
 #include <cstddef>
 #include <cstdint>
@@ -27,7 +28,6 @@ namespace Quorvane::Pyx::Internal {
 // assigned to or destroyed.
 class ZVariantDirectStorage {
 public:
-    static constexpr const char* valueName = "Quorvane::Pyx::ZVariant";
     static constexpr bool supported = sharesStandardLibrary;
     static constexpr bool adoptsVectors = true;
     static constexpr bool holdsCustomClasses = true;
@@ -40,7 +40,7 @@ public:
 
     ZVariantDirectStorage(const ZVariantDirectStorage& other) {
         if (other.isInline()) {
-            variantData = other.inlineScalar().copyTo(inlineBuffer);
+            copyInlineScalar(other);
         } else {
             variantData = other.variantData;
             if (variantData != nullptr) {
@@ -57,13 +57,26 @@ public:
 
     ZVariantDirectStorage& operator=(ZVariantDirectStorage&& other) noexcept {
         if (this != &other) {
-            end();
+            IVariantData* former = nullptr;
+            if (isInline()) {
+                endInlineScalar();
+            } else {
+                former = variantData;
+            }
             takeFrom(other);
+            // Last, since the other value may stand inside these data.
+            giveUp(former);
         }
         return *this;
     }
 
-    ~ZVariantDirectStorage() { end(); }
+    ~ZVariantDirectStorage() {
+        if (isInline()) {
+            endInlineScalar();
+        } else {
+            giveUp(variantData);
+        }
+    }
 
     // The factories make data of the twenty-five element types; data of a custom class are made where it is used.
     template <class T>
@@ -201,22 +214,63 @@ private:
     }
 
     bool isInline() const { return static_cast<const void*>(variantData) == inlineBuffer; }
-    InlineScalarData& inlineScalar() const { return static_cast<InlineScalarData&>(*variantData); }
+
+    bool isInlineString() const { return &typeid(*variantData) == inlineStringClass; }
+
+    void copyInlineScalar(const ZVariantDirectStorage& other) {
+        if constexpr (!scalarsAreMemory) {
+            variantData = copyConstructVariantScalar(inlineBuffer, sizeof(inlineBuffer), other);
+            return;
+        }
+        if (other.isInlineString()) {
+            copyStringScalar(inlineBuffer, other.inlineBuffer);
+        } else {
+            copyPlainScalar(inlineBuffer, other.inlineBuffer);
+        }
+        variantData = inlineScalar();
+    }
+
+    // Ends the other scalar.
+    void relocateInlineScalar(ZVariantDirectStorage& other) noexcept {
+        if constexpr (!scalarsAreMemory) {
+            variantData = moveConstructVariantScalar(inlineBuffer, sizeof(inlineBuffer), other);
+            other.endInlineScalar();
+            return;
+        }
+        if (other.isInlineString()) {
+            relocateStringScalar(inlineBuffer, other.inlineBuffer);
+        } else {
+            copyPlainScalar(inlineBuffer, other.inlineBuffer);
+        }
+        variantData = inlineScalar();
+    }
+
+    // Only a string has something to end.
+    void endInlineScalar() noexcept {
+        if (!isInlineString()) {
+            return;
+        }
+        if constexpr (scalarsAreMemory) {
+            endStringScalar(inlineBuffer);
+        } else {
+            variantData->~IVariantData();
+        }
+    }
+
+    IVariantData* inlineScalar() noexcept { return std::launder(reinterpret_cast<IVariantData*>(inlineBuffer)); }
 
     void takeFrom(ZVariantDirectStorage& other) noexcept {
         if (other.isInline()) {
-            variantData = other.inlineScalar().relocateTo(inlineBuffer);
+            relocateInlineScalar(other);
         } else {
             variantData = other.variantData;
         }
         other.variantData = nullptr;
     }
 
-    void end() noexcept {
-        if (isInline()) {
-            variantData->~IVariantData();
-        } else if (variantData != nullptr) {
-            variantData->destruct();
+    static void giveUp(IVariantData* data) noexcept {
+        if (data != nullptr) {
+            data->destruct();
         }
     }
 

@@ -240,9 +240,9 @@ public:
                                                  ConversionMode mode = ConversionMode::Cast) const {
         ZVariantGeneric converted = convertTo(target, mode);
         if (converted.isNull()) {
-            throw std::runtime_error(Internal::conversionFailureText(
-                Storage::valueName, wellKnownDataType(), elementCount(),
-                Internal::normalizeTypeName(Internal::typeNameOfWellKnownType(target))));
+            throw std::runtime_error(Internal::conversionFailureText(Internal::CtTypeExtractor<ZVariantGeneric>::n(),
+                                                                     wellKnownDataType(), elementCount(),
+                                                                     Internal::typeNameOfWellKnownType(target)));
         }
         return converted;
     }
@@ -345,12 +345,16 @@ public:
         }
     }
 
-    // Replaces the element at the indices, by a value of one element that is converted to the own type, or by a T.
-    // Makes this value the only holder of its data. Raises std::invalid_argument "Cannot access element of null
-    // variant." for a null.
+    // Replaces the element at the indices: by a scalar, or an array with one length of 1 for each dimension, which is
+    // converted to the own type as assignSlice does; or by a T, the exact type. Makes this value the only holder of its
+    // data. Raises std::invalid_argument "Cannot access element of null variant." for a null, and std::out_of_range
+    // "Indices out of bounds." for an array without dimensions.
     void assignElement(const std::vector<std::uint64_t>& indices, ZVariantGeneric value) {
         if (indices.empty()) {
             requireNotNull();
+            if (dimensions().empty()) {
+                requirePosition(0);
+            }
         }
         assignSlice(ArraySliceFromIndices(indices), std::move(value));
     }
@@ -394,6 +398,9 @@ private:
 
     template <class T>
     static constexpr void requireStoredType() {
+        static_assert(
+            Internal::isWellKnownElement<T> || std::is_void_v<T> || std::is_integral_v<T> || std::is_class_v<T>,
+            "No value has elements of this type: name an element type of PyxCore, or a class of your own.");
         static_assert(!std::is_integral_v<T> || Internal::isWellKnownElement<T>,
                       "Elements of this integer type are stored as another type of the same width: `long long` for a "
                       "64-bit `long`, `signed char` or `unsigned char` for `char`.");
@@ -413,8 +420,6 @@ private:
     // Elements are lent by reference, so T must be stored as it is.
     template <class T>
     static constexpr void requireReadable() {
-        static_assert(Internal::isWellKnownElement<T> || std::is_integral_v<T> || std::is_class_v<T>,
-                      "No value has elements of this type: name an element type of PyxCore, or a class of your own.");
         requireStoredType<T>();
         Storage::template requireLayout<T>();
     }

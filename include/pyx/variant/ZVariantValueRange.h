@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
 #include <stdexcept>
 #include <utility>
 
@@ -23,8 +24,8 @@ public:
         if (!value_.template isElementType<T>()) {
             throw std::runtime_error("Data type mismatch, cannot provide iterable container");
         }
-        begin_ = &std::as_const(value_).template elementAt<T>(0);
-        end_ = &std::as_const(value_).template elementAt<T>(count - 1) + 1;
+        begin_ = std::addressof(std::as_const(value_).template elementAt<T>(0));
+        end_ = std::addressof(std::as_const(value_).template elementAt<T>(count - 1)) + 1;
     }
 
     ZVariantValueRange(const ZVariantValueRange&) = delete;

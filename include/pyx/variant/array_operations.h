@@ -2,6 +2,7 @@
 #pragma once
 
 #include <pyx/indexing/index_walk.h>
+#include <pyx/types/export.h>
 #include <pyx/variant/ElementOperations.h>
 #include <pyx/variant/VectorVariantData.h>
 
@@ -12,13 +13,20 @@
 
 namespace Quorvane::Pyx::Internal {
 
-// Whether the elements are of type T, a custom class or not.
+// How many of the allocated elements can be read: all of them, except of a view that shows more than its data have.
+PYXCORE_API std::uint64_t numberReadableElements(const IVariantData& data);
+
+// Whether the elements may be of type T. Data that do not tell the class behind customType are taken at their code.
 template <class T>
-bool storesElements(const IVariantData& data) {
+bool mayStoreElements(const IVariantData& data) {
     if (data.wellKnownDataType() != ElementOperations<T>::type) {
         return false;
     }
-    return isWellKnownElement<T> || (data.storedTypeInfo() != nullptr && *data.storedTypeInfo() == typeid(T));
+    if constexpr (!isWellKnownElement<T>) {
+        const std::type_info* const stored = data.storedTypeInfo();
+        return stored == nullptr || *stored == typeid(T);
+    }
+    return true;
 }
 
 // Copies from storage in one ordering to storage in the other, in row-major order, as many elements as are allocated. A
@@ -52,9 +60,12 @@ inline bool canReorder(DataOrdering ordering, std::uint64_t shown) {
 // The body of reshapeToZVariant.
 template <class T>
 IVariantData* rebuildArray(const IVariantData* source, ArrayDimensionsView wanted, DataOrdering ordering) {
-    const std::uint64_t available = source == nullptr ? 0 : source->numberAllocatedElements();
-    if (available != 0 && !storesElements<T>(*source)) {
-        throw std::invalid_argument("Wrong data type.");
+    std::uint64_t available = 0;
+    if (source != nullptr) {
+        available = numberReadableElements(*source);
+        if (available != 0 && !mayStoreElements<T>(*source)) {
+            throw std::invalid_argument("Wrong data type.");
+        }
     }
     auto result = VectorVariantData<T>::makeForOverwrite(wanted, ordering);
     const std::uint64_t total = result->numberAllocatedElements();

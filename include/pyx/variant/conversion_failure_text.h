@@ -9,13 +9,13 @@
 
 namespace Quorvane::Pyx::Internal {
 
-// "Cannot convert ..." with the names of both types and the number of elements. Raises std::runtime_error "unknown
-// type" or "not a numeric type" instead when the source has no portable name.
-inline std::string conversionFailureText(const char* valueName, WellKnownType source, std::uint64_t elementCount,
-                                         const std::string& targetName) {
-    return std::string("Cannot convert ") + valueName + " of type '" +
+// "Cannot convert ..." with the names of the value type and of both element types, and the number of elements. Raises
+// std::runtime_error "unknown type" or "not a numeric type" instead when the source has no portable name.
+inline std::string conversionFailureText(CtTypeName valueType, WellKnownType source, std::uint64_t elementCount,
+                                         CtTypeName target) {
+    return "Cannot convert " + normalizeTypeName(valueType) + " of type '" +
            normalizeTypeName(typeNameOfWellKnownType(source)) + "' (size: " + std::to_string(elementCount) + ") to '" +
-           targetName + "'";
+           normalizeTypeName(target) + "'";
 }
 
 // What a view over elements that are no numbers, or its conversion to such, is refused with. Deliberately says

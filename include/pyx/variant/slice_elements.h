@@ -6,6 +6,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <memory>
 #include <type_traits>
 #include <utility>
 
@@ -23,7 +24,7 @@ void forEachPair(T* to, std::uint64_t toStep, From* from, std::uint64_t fromStep
 
 template <class T>
 void copyElement(T& to, const T& from) {
-    copyElements(&to, &from, 1);
+    copyElements(std::addressof(to), std::addressof(from), 1);
 }
 
 // The elements that the walk selects from `source`, one after the other.

@@ -1,0 +1,44 @@
+"""Compares the virtual operations of the classes whose operations clients of other builds call by their place, as the
+compiler lays them out, with the promised ones.
+
+Argument: a g++.
+"""
+import pathlib
+import re
+import subprocess
+import sys
+import tempfile
+
+ROOT = pathlib.Path(__file__).parents[1]
+# A destructor has two places.
+DATA = """~ ~ copy destruct makeUnique numberAllocatedElements dimensions isScalarStorage dataOrdering wellKnownDataType
+    storedTypeInfo customTypeOperations reorderData reshapeNoRealloc reshapeToZVariant constStoredData mutableStoredData
+    convertDataTo""".split()
+COUNTED_DATA = [*DATA, "duplicate", "isUnique"]
+PROMISED = {
+    "Internal::ScalarVariantDataNonCounted<double": DATA,
+    "Internal::ScalarVariantDataRefCounted<double": COUNTED_DATA,
+    "Internal::VectorVariantData<double": COUNTED_DATA,
+    "Internal::StdVectorVariantData<double": COUNTED_DATA,
+    "IndexRange": "~ ~ indicesForDimension isValidForDimension clone".split(),
+    "ExternalBuffer<double": """~ ~ numberAllocatedElements dimensions dataOrdering wellKnownDataType reshapeNoRealloc
+        reshapeToZVariant constStoredData mutableStoredData adaptorDestroyed""".split(),
+}
+
+with tempfile.TemporaryDirectory() as folder:
+    source = pathlib.Path(folder, "classes.cpp")
+    source.write_text("#include <pyx/pyx.h>\ntemplate class Quorvane::Pyx::ExternalBuffer<double>;\n")
+    subprocess.run([sys.argv[1], "-std=c++17", f"-I{ROOT}/include", "-fdump-lang-class=classes.txt", "-fsyntax-only",
+                    source], check=True, cwd=folder)
+    dump = pathlib.Path(folder, "classes.txt").read_text()
+
+failures = []
+for name, promised in PROMISED.items():
+    table = re.search(rf"^Vtable for Quorvane::Pyx::{name}(?:[,>].*)?\n.* entries\n((?:\d.*\n)+)", dump, re.M)
+    # The first two places tell where the object begins and what its class is.
+    places = table[1].splitlines()[2:] if table else []
+    found = ["~" if "::~" in place else place.rsplit("::", 1)[-1] for place in places]
+    if found != promised:
+        failures.append(f"{name}: promised {promised}, found {found}")
+print("\n".join(failures) or f"{len(PROMISED)} classes have the promised operations")
+sys.exit(bool(failures))
