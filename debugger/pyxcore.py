@@ -386,7 +386,8 @@ def printers():
         ("WellKnownType", type_printer),
         ("ArrayDimensionsView", shape_printer),
     ):
-        collection.add_printer(classes, f"^{NAMESPACE}{classes}$", harmless(printer))
+        # A module with another standard library has the classes in a namespace with a longer name.
+        collection.add_printer(classes, rf"^Quorvane::Pyx\w*::{classes}$", harmless(printer))
     return collection
 
 

@@ -1,5 +1,6 @@
-// A client of the sharable value type, built with the library's compiler and with another one on another standard
-// library. Uses no test framework, since that would be built for one of the two only.
+// A client of the sharable value type, built as a program and as a module of many kinds. Uses no test framework, since
+// that would be built for one of them only.
+#include <pyx/abi/guardAbiCall.h>
 #include <pyx/pyx.h>
 
 #include <complex>
@@ -114,28 +115,57 @@ void failuresComeBackAsTheSameExceptions() {
     }));
 }
 
-#if PYXCORE_SAME_STANDARD_LIBRARY
-void textsCrossWithinOneStandardLibrary() {
-    const ZVariantAbi names = ZVariantAbi::fromData({"lattice", "a text that needs a buffer of its own"});
-    CHECK(textOf(names) == "['lattice', 'a text that needs a buffer of its own']");
-    CHECK(names.elementAt<std::string>(0) == "lattice");
-    CHECK(textOf(ZVariantAbi(2).convertTo(WellKnownType::string, ConversionMode::CastOrText)) == "'2'");
+const std::vector<std::string> names{
+    "", "a", std::string(15, 'b'), std::string(16, 'c'), {"d\0e", 3}, std::string(5000, 'f')};
+
+void stringsCrossTheBoundary() {
+    ZVariantAbi grid = ZVariantAbi::fromData(names, {2, 3});
+    for (std::uint64_t i = 0; i < names.size(); ++i) {
+        CHECK(grid.element<std::string>({i / 3, i % 3}) == names[i] &&
+              ZVariantAbi(names[i]).as<std::string>() == names[i]);
+    }
+    const ZVariantAbi before = grid;
+    CHECK(textOf(grid.slice({0, {0, 1}})) == "['', 'a']" && grid.slice({all, all}) == grid);
+    grid.assignSlice({0, all}, "x");
+    grid.assignSlice({1, {0, 1}}, before.slice({0, {0, 1}}));
+    grid.assignElement<std::string>({1, 2}, "y");
+    CHECK(textOf(grid) == "['x', 'x', 'x', '', 'a', 'y']" && before.element<std::string>({1, 2}) == names[5]);
+    CHECK(textOf(grid.flatSlice(lastN(2)).reordered(DataOrdering::ColumnMajor)) == "['a', 'y']");
+    grid.reshapeNoRealloc({1, 2});
+    grid.assignSlice({0, 1}, "z");
+    CHECK(textOf(grid) == "['x', 'z']" && grid.numberAllocatedElements() == 6);
+    ZVariantAbi scalar = "short";
+    scalar.assignSlice({0}, names[5]);
+    CHECK(scalar.isScalarStorage() && *extractSingleValue<std::string>(scalar) == names[5]);
+    CHECK(ZVariantAbi(2).convertTo(WellKnownType::string, ConversionMode::CastOrText).as<std::string>() == "2");
+    CHECK(throws<std::invalid_argument>("Wrong data type.", [] { (void)ZVariantAbi(1).element<std::string>({0}); }));
 }
-#else
-void textsCrossWithinOneStandardLibrary() {
-    const ZVariantAbi text = ZVariantAbi(2).convertTo(WellKnownType::string, ConversionMode::CastOrText);
-    CHECK(text.wellKnownDataType() == WellKnownType::string);
-    CHECK(throws<std::runtime_error>(nullptr, [&] { (void)textOf(text); }));
-    CHECK(throws<std::runtime_error>(nullptr, [&] { (void)text.slice({all}); }));
-}
-#endif
 
 }  // namespace
+
+// What modules of one process ask of each other.
+extern "C" PYXCORE_API PyxVariantData* giveNames(AbiErrorRecord* record) {
+    return guardAbiCall(record, [] { return ZVariantAbi::fromData(names).release(); });
+}
+
+// The reference stays with the caller. Raises what is wrong with the handle.
+extern "C" PYXCORE_API void takeNames(AbiErrorRecord* record, PyxVariantData* handle) {
+    guardAbiCall(record, [&] {
+        const ZVariantAbi given = ZVariantAbi::share(handle);
+        if (given != ZVariantAbi::fromData(names)) {
+            throw std::length_error(textOf(given));
+        }
+    });
+}
+
+extern "C" PYXCORE_API bool isLengthError(const AbiErrorRecord* record, const char* text) {
+    return throws<std::length_error>(text, [&] { Internal::rethrowAbiError(*record); });
+}
 
 int main() {
     valuesCrossTheBoundary();
     typesHaveNames();
     failuresComeBackAsTheSameExceptions();
-    textsCrossWithinOneStandardLibrary();
+    stringsCrossTheBoundary();
     return failures != 0;
 }

@@ -1,5 +1,5 @@
 // The guard around flat functions and the rethrow on the far side.
-#include "abi/guardAbiCall.h"
+#include <pyx/abi/guardAbiCall.h>
 
 #include <gmock/gmock.h>
 #include <pyx/abi/rethrowAbiError.h>

@@ -1,6 +1,8 @@
 // Everything that PyxCore offers.
 #pragma once
 
+#include <pyx/abi/guardAbiCall.h>
+#include <pyx/abi/rethrowAbiError.h>
 #include <pyx/format/ConsoleFormatter.h>
 #include <pyx/format/PrintTo.h>
 #include <pyx/indexing/ArrayIndexing.h>
@@ -18,6 +20,9 @@
 #include <pyx/properties/FrozenPropertyTree.h>
 #include <pyx/properties/PropertyPath.h>
 #include <pyx/properties/PropertyTree.h>
+#include <pyx/properties/flat_tree.h>
 #include <pyx/variant/ExternalBuffer.h>
 #include <pyx/variant/ExternalVariantStorageInterface.h>
+#else
+#include <pyx/types/unavailable_names.h>
 #endif

@@ -1,6 +1,6 @@
 // The flat C functions that make arrays and call the operations of whole data objects.
 
-#include "abi/guardAbiCall.h"
+#include <pyx/abi/guardAbiCall.h>
 
 #include <pyx/types/dispatch.h>
 #include <pyx/variant/IVariantData.h>

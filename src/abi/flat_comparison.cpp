@@ -1,6 +1,6 @@
 // The flat C functions that compare two data objects.
 
-#include "abi/guardAbiCall.h"
+#include <pyx/abi/guardAbiCall.h>
 
 #include <pyx/variant/comparison.h>
 

@@ -1,6 +1,6 @@
 // The flat C functions that make a scalar, count references, and read and write stored elements.
 
-#include "abi/guardAbiCall.h"
+#include <pyx/abi/guardAbiCall.h>
 #include "variant/NullVariantData.h"
 
 #include <pyx/types/dispatch.h>

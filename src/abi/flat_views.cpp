@@ -1,7 +1,7 @@
 // The flat C functions that show storage as a value without copying it: a client's own, or another object's as the
 // other kind of numbers.
 
-#include "abi/guardAbiCall.h"
+#include <pyx/abi/guardAbiCall.h>
 
 #include <pyx/variant/factories.h>
 

@@ -17,12 +17,12 @@
 #include <stdint.h>
 
 #ifdef __cplusplus
-namespace Quorvane::Pyx {
+namespace Quorvane::PYXCORE_PYX {
 class ExternalVariantStorageInterface;
 namespace Internal {
 class IVariantData;
 }
-}  // namespace Quorvane::Pyx
+}  // namespace Quorvane::PYXCORE_PYX
 /* What a handle points at; opaque to clients. */
 typedef Quorvane::Pyx::Internal::IVariantData PyxVariantData;
 /* A client's own storage; implemented in C++. */
@@ -73,12 +73,34 @@ typedef struct PyxDimensions {
     uint64_t count;
 } PyxDimensions;
 
+/* An element of the type string as it lies in memory: a std::string of the library's build. Such elements may be read
+ * in place, at what constStoredData gives, and are never written there. */
+typedef struct PyxString {
+    /* `length` bytes, zeros possibly among them, and a zero behind them. */
+    const char* data;
+    uint64_t length;
+    /* The room at `data`, or the bytes of a short string. */
+    uint64_t reserved[2];
+} PyxString;
+
+/* A string for constructScalar and constructArray, which copy it: `length` bytes with a zero behind them, which are
+ * borrowed until that call returns. */
+static inline PyxString PyxString_borrow(const char* data, uint64_t length) {
+    PyxString string;
+    string.data = data;
+    string.length = length;
+    /* A room that a std::string can have. */
+    string.reserved[0] = length < 16 ? 16 : length;
+    string.reserved[1] = 0;
+    return string;
+}
+
 /* The null value, a static object: destruct does nothing to it. Cannot fail. */
 PYXCORE_API PyxVariantData* ZVariantData_C_API_constructNull(void) PYXCORE_NOEXCEPT;
 
 /* A new scalar of the element type, a copy of the element at `value`, which stays the caller's. Elements are in their
- * native form: a complex number is its real and its imaginary part, a duration or time point two 64-bit words, a text a
- * std::string of the library's build. A new reference.
+ * native form: a complex number is its real and its imaginary part, a duration or time point two 64-bit words, a string
+ * a std::string of the library's build or a PyxString. A new reference.
  * "runtime_error": "unknown type", "not a numeric type". */
 PYXCORE_API PyxVariantData* ZVariantData_C_API_constructScalar(AbiErrorRecord* record, const void* value,
                                                                uint16_t type) PYXCORE_NOEXCEPT;
@@ -112,8 +134,8 @@ PYXCORE_API PyxDimensions ZVariantData_C_API_dimensions(AbiErrorRecord* record,
 PYXCORE_API uint32_t ZVariantData_C_API_dataOrdering(AbiErrorRecord* record,
                                                      const PyxVariantData* data) PYXCORE_NOEXCEPT;
 
-/* The first element, in the native form of the element type; texts are std::string objects of the library's build.
- * Valid while the object lives and is not written. Null for a null value, null or not for other data without elements.
+/* The first element, in the native form of the element type; strings may be read as PyxString. Valid while the object
+ * lives and is not written. Null for a null value, null or not for other data without elements.
  */
 PYXCORE_API const void* ZVariantData_C_API_constStoredData(AbiErrorRecord* record,
                                                            const PyxVariantData* data) PYXCORE_NOEXCEPT;
@@ -209,6 +231,7 @@ PYXCORE_API bool ZVariantData_C_API_isEquivalentTo(AbiErrorRecord* record, const
 } /* extern "C" */
 static_assert(sizeof(AbiErrorRecord) == 208);
 static_assert(sizeof(PyxDimensions) == 16);
+static_assert(sizeof(PyxString) == 32);
 #endif
 
 #endif

@@ -9,7 +9,7 @@
 #include <string_view>
 #include <type_traits>
 
-namespace Quorvane::Pyx {
+namespace Quorvane::PYXCORE_PYX {
 
 using ::AbiErrorRecord;
 
@@ -23,8 +23,8 @@ namespace Internal {
 // Returns when the record is clean; otherwise throws the class that its kind names, with its message. Two things are
 // lost on the way: the text of std::bad_alloc, and any class beside the five named ones, which comes back as
 // std::runtime_error since a plain std::exception carries no text. Kinds are compared by their characters, because the
-// pointer comes from another module.
-inline void rethrowAbiError(const AbiErrorRecord& record) {
+// pointer comes from another module. Every module has its own copy.
+PYXCORE_LOCAL inline void rethrowAbiError(const AbiErrorRecord& record) {
     if (record.kind == nullptr) {
         return;
     }
@@ -50,7 +50,7 @@ inline void rethrowAbiError(const AbiErrorRecord& record) {
 // The pattern of every flat call: makes a record, hands its address to `call`, rethrows what it holds afterwards and
 // otherwise returns the result of `call`.
 template <class Call>
-auto callFlat(Call&& call) {
+PYXCORE_LOCAL auto callFlat(Call&& call) {
     AbiErrorRecord record;
     record.kind = nullptr;
     if constexpr (std::is_void_v<decltype(call(&record))>) {
@@ -64,4 +64,8 @@ auto callFlat(Call&& call) {
 }
 
 }  // namespace Internal
-}  // namespace Quorvane::Pyx
+
+using Internal::callFlat;
+using Internal::rethrowAbiError;
+
+}  // namespace Quorvane::PYXCORE_PYX

@@ -10,7 +10,7 @@
 #include <utility>
 #include <vector>
 
-namespace Quorvane::Pyx::Internal {
+namespace Quorvane::PYXCORE_PYX::Internal {
 
 struct CustomTypeCodec {
     std::string typeName;                      // the key for decoding
@@ -55,9 +55,9 @@ std::function<ZVariant(const PropertyNode&)> buildCustomTypeZVariantDecoderFunct
     };
 }
 
-}  // namespace Quorvane::Pyx::Internal
+}  // namespace Quorvane::PYXCORE_PYX::Internal
 
-namespace Quorvane::Pyx {
+namespace Quorvane::PYXCORE_PYX {
 
 template <class T>
 Internal::CustomTypeCodec buildCustomTypeCodec(const std::string& typeName, std::function<PropertyMap(const T&)> toMap,
@@ -66,4 +66,4 @@ Internal::CustomTypeCodec buildCustomTypeCodec(const std::string& typeName, std:
             Internal::buildCustomTypeZVariantDecoderFunction<T>(std::move(fromMap))};
 }
 
-}  // namespace Quorvane::Pyx
+}  // namespace Quorvane::PYXCORE_PYX

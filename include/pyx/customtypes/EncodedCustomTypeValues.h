@@ -5,7 +5,7 @@
 
 #include <string>
 
-namespace Quorvane::Pyx {
+namespace Quorvane::PYXCORE_PYX {
 
 struct EncodedCustomTypeValues {
     // The name under which the codec of the class is registered.
@@ -14,4 +14,4 @@ struct EncodedCustomTypeValues {
     PropertyNode values;
 };
 
-}  // namespace Quorvane::Pyx
+}  // namespace Quorvane::PYXCORE_PYX

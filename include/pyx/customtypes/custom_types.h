@@ -12,7 +12,7 @@
 #include <typeinfo>
 #include <utility>
 
-namespace Quorvane::Pyx {
+namespace Quorvane::PYXCORE_PYX {
 
 // The registry of codecs has one lock, which is held while a function of a client encodes or decodes: such a function
 // must not call anything of this header, and neither must what its destruction calls. All of it may be called from any
@@ -83,4 +83,4 @@ private:
     const std::uint64_t registration_;
 };
 
-}  // namespace Quorvane::Pyx
+}  // namespace Quorvane::PYXCORE_PYX

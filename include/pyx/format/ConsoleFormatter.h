@@ -11,7 +11,7 @@
 #include <pyx/properties/FrozenPropertyTree.h>
 #include <pyx/properties/PropertyTree.h>
 
-namespace Quorvane::Pyx {
+namespace Quorvane::PYXCORE_PYX {
 
 // Static functions only.
 class PYXCORE_API ConsoleFormatter {
@@ -34,5 +34,5 @@ public:
     static std::ostream& serialize(FPropertyNode node, std::ostream& out);
 };
 
-}  // namespace Quorvane::Pyx
+}  // namespace Quorvane::PYXCORE_PYX
 #endif

@@ -16,7 +16,7 @@
 #include <pyx/properties/PropertyTree.h>
 #endif
 
-namespace Quorvane::Pyx {
+namespace Quorvane::PYXCORE_PYX {
 
 // Writes the text of the value, without a line break: "null" for a null, "[]" for no elements, one element as itself,
 // and more in one pair of brackets, in storage order. Sets std::boolalpha on the stream, to stay, when it writes a
@@ -39,7 +39,7 @@ PYXCORE_API void PrintTo(const FPropertyMap& map, std::ostream* out);
 PYXCORE_API void PrintTo(const PropertyPath& path, std::ostream* out);
 #else
 // The library cannot write to this module's streams, so the text is made here, from the same template. Raises
-// std::runtime_error for values that hold texts.
+// std::runtime_error as above.
 inline void PrintTo(const ZVariantAbi& value, std::ostream* out) {
     Internal::writeValueText(value, *out);
 }
@@ -72,4 +72,4 @@ std::ostream& operator<<(std::ostream& out, const Tree& tree) {
 }
 #endif
 
-}  // namespace Quorvane::Pyx
+}  // namespace Quorvane::PYXCORE_PYX

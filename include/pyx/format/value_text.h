@@ -1,6 +1,8 @@
 // The one text of a value, for both storage policies and for streams of any standard library.
 #pragma once
 
+#include <pyx/abi/c_api.h>
+#include <pyx/abi/rethrowAbiError.h>
 #include <pyx/types/standard_library.h>
 #include <pyx/variant/ZVariantGeneric.h>
 
@@ -10,31 +12,51 @@
 #include <ios>
 #include <ostream>
 #include <string>
+#include <string_view>
 
-namespace Quorvane::Pyx::Internal {
+namespace Quorvane::PYXCORE_PYX::Internal {
 
-// Calls writeElement for each element of `value`, which stores Element, and writes ", " between them. Elements that a
-// shape promises and the storage does not have are default.
-template <class Element, class Storage, class WriteElement>
-void writeElements(const ZVariantGeneric<Storage>& value, std::ostream& out, WriteElement writeElement) {
-    const Element* const elements = value.template data<Element>();
+// Calls writeElement(i) for the position of each element of `value` that is stored, and writeMissing() for each that
+// the shape promises and the storage does not have. Writes ", " between them.
+template <class Storage, class WriteElement, class WriteMissing>
+void writeEach(const ZVariantGeneric<Storage>& value, std::ostream& out, WriteElement writeElement,
+               WriteMissing writeMissing) {
     const std::uint64_t allocated = value.numberAllocatedElements();
     const std::uint64_t count = value.elementCount();
-    const Element missing{};
     for (std::uint64_t i = 0; i < count; ++i) {
         if (i != 0) {
             out << ", ";
         }
-        writeElement(i < allocated ? elements[i] : missing);
+        if (i < allocated) {
+            writeElement(i);
+        } else {
+            writeMissing();
+        }
     }
 }
 
+// The value stores Element. Elements that a shape promises and the storage does not have are default.
+template <class Element, class Storage, class WriteElement>
+void writeElements(const ZVariantGeneric<Storage>& value, std::ostream& out, WriteElement writeElement) {
+    const Element* const elements = value.template data<Element>();
+    writeEach(
+        value, out, [&](std::uint64_t i) { writeElement(elements[i]); }, [&] { writeElement(Element{}); });
+}
+
 template <class Storage>
-void writeTexts([[maybe_unused]] const ZVariantGeneric<Storage>& value, [[maybe_unused]] std::ostream& out) {
+void writeStrings(const ZVariantGeneric<Storage>& value, std::ostream& out) {
+    const auto write = [&](std::string_view string) { out << '\'' << string << '\''; };
     if constexpr (sharesStandardLibrary) {
-        writeElements<std::string>(value, out, [&](const std::string& text) { out << '\'' << text << '\''; });
+        writeElements<std::string>(value, out, write);
     } else {
-        throwTextsAreForeign();
+        const auto* const strings = static_cast<const PyxString*>(callFlat(
+            [&](AbiErrorRecord* record) { return ZVariantData_C_API_constStoredData(record, value.handle()); }));
+        writeEach(
+            value, out,
+            [&](std::uint64_t i) {
+                write({strings[i].data, strings[i].length});
+            },
+            [&] { write(""); });
     }
 }
 
@@ -57,7 +79,7 @@ void writeValueText(const ZVariantGeneric<Storage>& value, std::ostream& out) {
     const auto insert = [&](const auto& element) { out << element; };
     const WellKnownType type = value.wellKnownDataType();
     if (type == WellKnownType::string) {
-        writeTexts(value, out);
+        writeStrings(value, out);
     } else if (type == WellKnownType::bool_) {
         // Deliberately left set afterwards: later output of the caller relies on it.
         out << std::boolalpha;
@@ -76,4 +98,4 @@ void writeValueText(const ZVariantGeneric<Storage>& value, std::ostream& out) {
     }
 }
 
-}  // namespace Quorvane::Pyx::Internal
+}  // namespace Quorvane::PYXCORE_PYX::Internal

@@ -1,13 +1,15 @@
 // A non-owning view of an array's shape.
 #pragma once
 
+#include <pyx/types/export.h>
+
 #include <algorithm>
 #include <cstdint>
 #include <initializer_list>
 #include <type_traits>
 #include <vector>
 
-namespace Quorvane::Pyx {
+namespace Quorvane::PYXCORE_PYX {
 
 // The lengths of an array's dimensions, in elements, dimension 0 first: in logical order, whatever the DataOrdering.
 // A pointer and a count, passed by value; valid as long as the list that it looks at.
@@ -57,4 +59,4 @@ private:
 static_assert(sizeof(ArrayDimensionsView) == 16 && std::is_trivially_copyable_v<ArrayDimensionsView> &&
               std::is_standard_layout_v<ArrayDimensionsView>);
 
-}  // namespace Quorvane::Pyx
+}  // namespace Quorvane::PYXCORE_PYX

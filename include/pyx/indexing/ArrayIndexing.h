@@ -8,7 +8,7 @@
 #include <cstdint>
 #include <vector>
 
-namespace Quorvane::Pyx {
+namespace Quorvane::PYXCORE_PYX {
 
 // Static functions only. All offsets and strides count elements, never bytes; arithmetic is unsigned 64-bit and wraps.
 // Free of shared state. The capitals of four of the names are part of the exported interface.
@@ -85,7 +85,7 @@ void forEachIndex(std::uint64_t offset, ArrayDimensionsView dimensions, DataOrde
 }
 
 }  // namespace Internal
-}  // namespace Quorvane::Pyx
+}  // namespace Quorvane::PYXCORE_PYX
 
 #if !PYXCORE_SAME_STANDARD_LIBRARY
 #include <pyx/indexing/ArrayIndexing_bodies.h>

@@ -7,7 +7,7 @@
 #include <functional>
 #include <stdexcept>
 
-namespace Quorvane::Pyx {
+namespace Quorvane::PYXCORE_PYX {
 
 namespace Internal {
 
@@ -93,4 +93,4 @@ PYXCORE_STD_BODY std::uint64_t ArrayIndexing::CalculateDimStrideRowMajor(std::ui
     return dimension < dimensions.size() ? Internal::storageStride(dimension, dimensions, DataOrdering::RowMajor) : 0;
 }
 
-}  // namespace Quorvane::Pyx
+}  // namespace Quorvane::PYXCORE_PYX

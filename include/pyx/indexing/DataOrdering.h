@@ -1,9 +1,11 @@
 // The two ways in which the elements of an array follow each other in storage.
 #pragma once
 
+#include <pyx/types/export.h>
+
 #include <cstdint>
 
-namespace Quorvane::Pyx {
+namespace Quorvane::PYXCORE_PYX {
 
 // 32 bits wide, the form in which it crosses every interface.
 enum class DataOrdering : std::uint32_t {
@@ -11,4 +13,4 @@ enum class DataOrdering : std::uint32_t {
     ColumnMajor = 1,  // the first dimension varies fastest
 };
 
-}  // namespace Quorvane::Pyx
+}  // namespace Quorvane::PYXCORE_PYX

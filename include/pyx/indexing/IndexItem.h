@@ -10,7 +10,7 @@
 #include <type_traits>
 #include <vector>
 
-namespace Quorvane::Pyx {
+namespace Quorvane::PYXCORE_PYX {
 
 namespace Internal {
 
@@ -139,7 +139,7 @@ private:
     std::uint64_t step_;
 };
 
-}  // namespace Quorvane::Pyx
+}  // namespace Quorvane::PYXCORE_PYX
 
 #if !PYXCORE_SAME_STANDARD_LIBRARY
 #include <pyx/indexing/IndexItem_bodies.h>

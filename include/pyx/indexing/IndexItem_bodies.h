@@ -5,7 +5,7 @@
 
 #include <new>
 
-namespace Quorvane::Pyx {
+namespace Quorvane::PYXCORE_PYX {
 
 PYXCORE_STD_BODY const IndexRange IndexRange::all = Internal::WholeAxis();
 
@@ -73,4 +73,4 @@ PYXCORE_STD_BODY std::unique_ptr<IndexItem> IndexRange::clone() const {
     return std::make_unique<IndexRange>(*this);
 }
 
-}  // namespace Quorvane::Pyx
+}  // namespace Quorvane::PYXCORE_PYX

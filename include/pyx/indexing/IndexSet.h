@@ -10,7 +10,7 @@
 #include <utility>
 #include <vector>
 
-namespace Quorvane::Pyx {
+namespace Quorvane::PYXCORE_PYX {
 
 // Owns its items. Their order and what they have in common make no difference: every position is selected once, in
 // ascending order. Without items it selects nothing. Several threads may use one set as long as nobody adds to it.
@@ -81,7 +81,7 @@ private:
 // The slice of the one element at `indices`: a set with one IndexValue for each.
 PYXCORE_STD_API std::vector<IndexSet> ArraySliceFromIndices(const std::vector<std::uint64_t>& indices);
 
-}  // namespace Quorvane::Pyx
+}  // namespace Quorvane::PYXCORE_PYX
 
 #if !PYXCORE_SAME_STANDARD_LIBRARY
 #include <pyx/indexing/IndexSet_bodies.h>

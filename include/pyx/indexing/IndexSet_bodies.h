@@ -7,7 +7,7 @@
 #include <iterator>
 #include <typeinfo>
 
-namespace Quorvane::Pyx {
+namespace Quorvane::PYXCORE_PYX {
 
 namespace Internal {
 
@@ -78,4 +78,4 @@ PYXCORE_STD_BODY std::vector<IndexSet> ArraySliceFromIndices(const std::vector<s
     return {indices.begin(), indices.end()};
 }
 
-}  // namespace Quorvane::Pyx
+}  // namespace Quorvane::PYXCORE_PYX

@@ -10,7 +10,7 @@
 #include <cstdint>
 #include <vector>
 
-namespace Quorvane::Pyx::Internal {
+namespace Quorvane::PYXCORE_PYX::Internal {
 
 // A SliceWalk, which has the contract of the arguments, written out as a list. The list raises std::bad_alloc where no
 // vector is long enough.
@@ -31,7 +31,7 @@ private:
     explicit SliceFlattener(const SliceWalk& walk);
 };
 
-}  // namespace Quorvane::Pyx::Internal
+}  // namespace Quorvane::PYXCORE_PYX::Internal
 
 #if !PYXCORE_SAME_STANDARD_LIBRARY
 #include <pyx/indexing/SliceFlattener_bodies.h>

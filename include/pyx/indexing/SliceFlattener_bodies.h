@@ -5,7 +5,7 @@
 
 #include <new>
 
-namespace Quorvane::Pyx::Internal {
+namespace Quorvane::PYXCORE_PYX::Internal {
 
 PYXCORE_STD_BODY SliceFlattener::SliceFlattener(const SliceWalk& walk) : sliceDimensions(walk.sliceDimensions()) {
     const std::uint64_t count = walk.elementCount();
@@ -29,4 +29,4 @@ PYXCORE_STD_BODY SliceFlattener::SliceFlattener(const IndexSet& set, ArrayDimens
                                                 DataOrdering ordering, UseDataOrdering walk)
     : SliceFlattener(SliceWalk(set, dimensions, ordering, walk)) {}
 
-}  // namespace Quorvane::Pyx::Internal
+}  // namespace Quorvane::PYXCORE_PYX::Internal

@@ -13,7 +13,7 @@
 #include <cstdint>
 #include <vector>
 
-namespace Quorvane::Pyx {
+namespace Quorvane::PYXCORE_PYX {
 
 // The order in which the elements of a slice are taken, whatever the ordering of the array.
 enum class UseDataOrdering : std::uint32_t {
@@ -147,7 +147,7 @@ void SliceWalk::visitCountedElements(Visit visit) const {
 }
 
 }  // namespace Internal
-}  // namespace Quorvane::Pyx
+}  // namespace Quorvane::PYXCORE_PYX
 
 #if !PYXCORE_SAME_STANDARD_LIBRARY
 #include <pyx/indexing/SliceWalk_bodies.h>

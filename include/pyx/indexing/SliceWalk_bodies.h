@@ -11,7 +11,7 @@
 #include <stdexcept>
 #include <utility>
 
-namespace Quorvane::Pyx::Internal {
+namespace Quorvane::PYXCORE_PYX::Internal {
 
 // Ascending positions as few runs.
 inline std::vector<PositionRun> findRuns(const std::vector<std::uint64_t>& positions) {
@@ -165,4 +165,4 @@ PYXCORE_STD_BODY SliceWalk::SliceWalk(const IndexSet& set, ArrayDimensionsView d
     ordering_ = ordering;
 }
 
-}  // namespace Quorvane::Pyx::Internal
+}  // namespace Quorvane::PYXCORE_PYX::Internal

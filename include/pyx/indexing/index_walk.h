@@ -7,7 +7,7 @@
 #include <cstdint>
 #include <vector>
 
-namespace Quorvane::Pyx::Internal {
+namespace Quorvane::PYXCORE_PYX::Internal {
 
 // Steps an index tuple to the next one, the last dimension fastest; false when it is back at all zeros. Tells each move
 // along a dimension k as a number of steps, which counts modulo 2^64 where an index falls back to 0.
@@ -45,4 +45,4 @@ void forEachInRowMajorOrder(ArrayDimensionsView dimensions, std::uint64_t count,
     }
 }
 
-}  // namespace Quorvane::Pyx::Internal
+}  // namespace Quorvane::PYXCORE_PYX::Internal

@@ -7,7 +7,7 @@
 #include <cstdint>
 #include <type_traits>
 
-namespace Quorvane::Pyx {
+namespace Quorvane::PYXCORE_PYX {
 
 namespace Internal {
 
@@ -50,4 +50,4 @@ IndexSet lastN(Integer count) {
 
 }  // namespace IndexWords
 
-}  // namespace Quorvane::Pyx
+}  // namespace Quorvane::PYXCORE_PYX

@@ -14,7 +14,7 @@
 #include <variant>
 #include <vector>
 
-namespace Quorvane::Pyx {
+namespace Quorvane::PYXCORE_PYX {
 
 class FPropertyNode;
 struct FPropertyMapEntry;
@@ -280,4 +280,4 @@ inline const FPropertyNode& FPropertyMap::at(InternedString key) const {
     return *node;
 }
 
-}  // namespace Quorvane::Pyx
+}  // namespace Quorvane::PYXCORE_PYX

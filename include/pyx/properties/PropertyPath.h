@@ -14,7 +14,7 @@
 #include <variant>
 #include <vector>
 
-namespace Quorvane::Pyx {
+namespace Quorvane::PYXCORE_PYX {
 
 namespace Internal {
 
@@ -134,4 +134,4 @@ private:
     std::vector<PropertyPathSegment> segments_;
 };
 
-}  // namespace Quorvane::Pyx
+}  // namespace Quorvane::PYXCORE_PYX

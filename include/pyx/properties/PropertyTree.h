@@ -13,7 +13,7 @@
 #include <variant>
 #include <vector>
 
-namespace Quorvane::Pyx {
+namespace Quorvane::PYXCORE_PYX {
 
 class PropertyNode;
 struct PropertyMapEntry;
@@ -323,4 +323,4 @@ inline void PropertyMap::clear() noexcept {
     entries_.clear();
 }
 
-}  // namespace Quorvane::Pyx
+}  // namespace Quorvane::PYXCORE_PYX

@@ -9,7 +9,7 @@
 #include <stdexcept>
 #include <string>
 
-namespace Quorvane::Pyx::Internal {
+namespace Quorvane::PYXCORE_PYX::Internal {
 
 // The frozen tree deliberately has the texts of the mutable one.
 [[noreturn]] inline void throwNotAValue() {
@@ -61,4 +61,4 @@ Node& getAtPath(Node& root, const PropertyPath& path) {
     return *node;
 }
 
-}  // namespace Quorvane::Pyx::Internal
+}  // namespace Quorvane::PYXCORE_PYX::Internal

@@ -5,7 +5,7 @@
 
 #include <type_traits>
 
-namespace Quorvane::Pyx {
+namespace Quorvane::PYXCORE_PYX {
 
 // Real part, then imaginary part, and nothing else: an array of n of them is an array of 2n components. The library
 // stores, copies, compares and converts such values and does no arithmetic on them. The second parameter is always
@@ -30,4 +30,4 @@ struct PYXCORE_API Complex {
 static_assert(sizeof(Complex<bool>) == 2 && sizeof(Complex<long long>) == 16);
 static_assert(std::is_trivially_copyable_v<Complex<bool>> && std::is_standard_layout_v<Complex<bool>>);
 
-}  // namespace Quorvane::Pyx
+}  // namespace Quorvane::PYXCORE_PYX

@@ -6,7 +6,7 @@
 
 #include <type_traits>
 
-namespace Quorvane::Pyx {
+namespace Quorvane::PYXCORE_PYX {
 
 struct PYXCORE_API Duration : Internal::OpaqueWords<Duration> {
     using OpaqueWords::OpaqueWords;
@@ -14,4 +14,4 @@ struct PYXCORE_API Duration : Internal::OpaqueWords<Duration> {
 
 static_assert(sizeof(Duration) == 16 && std::is_trivially_copyable_v<Duration> && std::is_standard_layout_v<Duration>);
 
-}  // namespace Quorvane::Pyx
+}  // namespace Quorvane::PYXCORE_PYX

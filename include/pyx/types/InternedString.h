@@ -12,7 +12,7 @@
 #include <string_view>
 #include <type_traits>
 
-namespace Quorvane::Pyx {
+namespace Quorvane::PYXCORE_PYX {
 
 static_assert(
     Internal::sharesStandardLibrary,
@@ -93,7 +93,7 @@ private:
     std::string_view view_;
 };
 
-}  // namespace Quorvane::Pyx
+}  // namespace Quorvane::PYXCORE_PYX
 
 template <>
 struct std::hash<Quorvane::Pyx::InternedString> {

@@ -1,9 +1,11 @@
 // The shape that Duration and TimePoint share.
 #pragma once
 
+#include <pyx/types/export.h>
+
 #include <cstdint>
 
-namespace Quorvane::Pyx::Internal {
+namespace Quorvane::PYXCORE_PYX::Internal {
 
 // Two 64-bit words whose meaning belongs to the clients that fill them. The library copies the sixteen bytes and tests
 // them for equality and for zero, which is the default value. Derived tells the value classes apart: they do not
@@ -24,4 +26,4 @@ struct OpaqueWords {
     friend constexpr bool operator!=(const Derived& left, const Derived& right) noexcept { return !(left == right); }
 };
 
-}  // namespace Quorvane::Pyx::Internal
+}  // namespace Quorvane::PYXCORE_PYX::Internal

@@ -6,7 +6,7 @@
 
 #include <type_traits>
 
-namespace Quorvane::Pyx {
+namespace Quorvane::PYXCORE_PYX {
 
 struct PYXCORE_API TimePoint : Internal::OpaqueWords<TimePoint> {
     using OpaqueWords::OpaqueWords;
@@ -15,4 +15,4 @@ struct PYXCORE_API TimePoint : Internal::OpaqueWords<TimePoint> {
 static_assert(sizeof(TimePoint) == 16 && std::is_trivially_copyable_v<TimePoint> &&
               std::is_standard_layout_v<TimePoint>);
 
-}  // namespace Quorvane::Pyx
+}  // namespace Quorvane::PYXCORE_PYX

@@ -12,7 +12,7 @@
 #include <string_view>
 #include <type_traits>
 
-namespace Quorvane::Pyx {
+namespace Quorvane::PYXCORE_PYX {
 
 namespace Internal {
 
@@ -139,7 +139,8 @@ public:
     // and double where there is none; complex when either is. A 64-bit integer yields to float, deliberately. A type
     // has itself in common with itself and with unknown; all other pairs with a type that is not numeric give unknown.
     // For numeric codes outside the catalogue the result depends on the order of the arguments.
-    PYXCORE_API static WellKnownType getCommonWellKnownType(WellKnownType a, WellKnownType b);
+    PYXCORE_API static WellKnownType getCommonWellKnownType(WellKnownType a, WellKnownType b)
+        PYXCORE_SYMBOL("_ZN8Quorvane3Pyx13WellKnownType22getCommonWellKnownTypeES1_S1_");
 
     // The name in the catalogue, "complexInt32"; "unknown" for a code that has none. Static storage.
 #if PYXCORE_SAME_STANDARD_LIBRARY
@@ -195,7 +196,7 @@ inline constexpr WellKnownType WellKnownType::customType{Internal::WellKnownType
 // Foreign callers pass the code as one plain word.
 static_assert(sizeof(WellKnownType) == 2 && std::is_trivially_copyable_v<WellKnownType>);
 
-}  // namespace Quorvane::Pyx
+}  // namespace Quorvane::PYXCORE_PYX
 
 template <>
 struct std::hash<Quorvane::Pyx::WellKnownType> {

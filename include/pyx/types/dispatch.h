@@ -6,7 +6,7 @@
 #include <stdexcept>
 #include <utility>
 
-namespace Quorvane::Pyx::Internal {
+namespace Quorvane::PYXCORE_PYX::Internal {
 
 // Names an element type as a function argument.
 template <class T>
@@ -36,4 +36,4 @@ inline void requireElementType(WellKnownType type) {
     dispatchElementType(type, [](auto) {});
 }
 
-}  // namespace Quorvane::Pyx::Internal
+}  // namespace Quorvane::PYXCORE_PYX::Internal

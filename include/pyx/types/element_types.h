@@ -12,7 +12,7 @@
 #include <string>
 #include <type_traits>
 
-namespace Quorvane::Pyx::Internal {
+namespace Quorvane::PYXCORE_PYX::Internal {
 
 template <class... Ts>
 struct TypeList {
@@ -95,4 +95,4 @@ struct StoredElementOf<const char*, false> {
 template <class T>
 using StoredElement = typename StoredElementOf<T>::type;
 
-}  // namespace Quorvane::Pyx::Internal
+}  // namespace Quorvane::PYXCORE_PYX::Internal

@@ -9,7 +9,7 @@
 #include <string>
 #include <string_view>
 
-namespace Quorvane::Pyx {
+namespace Quorvane::PYXCORE_PYX {
 
 template <class Storage>
 class ZVariantGeneric;
@@ -92,4 +92,4 @@ inline CtTypeName typeNameOfWellKnownType(WellKnownType type) {
 }
 
 }  // namespace Internal
-}  // namespace Quorvane::Pyx
+}  // namespace Quorvane::PYXCORE_PYX

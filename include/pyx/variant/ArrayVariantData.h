@@ -8,7 +8,7 @@
 #include <stdexcept>
 #include <typeinfo>
 
-namespace Quorvane::Pyx::Internal {
+namespace Quorvane::PYXCORE_PYX::Internal {
 
 inline void requireDataLength(ArrayDimensionsView dimensions, std::uint64_t length) {
     if (dimensions.elementCount() != length) {
@@ -43,4 +43,4 @@ public:
     }
 };
 
-}  // namespace Quorvane::Pyx::Internal
+}  // namespace Quorvane::PYXCORE_PYX::Internal

@@ -1,9 +1,11 @@
 // How strictly one element type is converted to another.
 #pragma once
 
+#include <pyx/types/export.h>
+
 #include <cstdint>
 
-namespace Quorvane::Pyx {
+namespace Quorvane::PYXCORE_PYX {
 
 // 32 bits wide, the form in which it crosses every interface. Any other value refuses every element.
 enum class ConversionMode : std::uint32_t {
@@ -16,4 +18,4 @@ enum class ConversionMode : std::uint32_t {
     CastOrText = 2,
 };
 
-}  // namespace Quorvane::Pyx
+}  // namespace Quorvane::PYXCORE_PYX

@@ -15,7 +15,7 @@
 #include <type_traits>
 #include <utility>
 
-namespace Quorvane::Pyx::Internal {
+namespace Quorvane::PYXCORE_PYX::Internal {
 
 template <class T, class = void>
 inline constexpr bool isComparable = false;
@@ -93,4 +93,4 @@ private:
     }
 };
 
-}  // namespace Quorvane::Pyx::Internal
+}  // namespace Quorvane::PYXCORE_PYX::Internal

@@ -9,7 +9,7 @@
 #include <cstring>
 #include <type_traits>
 
-namespace Quorvane::Pyx::Internal {
+namespace Quorvane::PYXCORE_PYX::Internal {
 
 // For the twenty-five element types: compiled once, inside the library.
 template <class T>
@@ -58,4 +58,4 @@ void copyElements(T* target, const T* source, std::uint64_t count) {
     }
 }
 
-}  // namespace Quorvane::Pyx::Internal
+}  // namespace Quorvane::PYXCORE_PYX::Internal

@@ -12,7 +12,7 @@
 #include <utility>
 #include <vector>
 
-namespace Quorvane::Pyx {
+namespace Quorvane::PYXCORE_PYX {
 
 // The values that it gives show its elements where they are, and see every change at once. Writing to one of them
 // copies the elements first, so the buffer is changed by its owner alone. Buffer and values may end in any order: when
@@ -110,4 +110,4 @@ private:
     Value value_;
 };
 
-}  // namespace Quorvane::Pyx
+}  // namespace Quorvane::PYXCORE_PYX

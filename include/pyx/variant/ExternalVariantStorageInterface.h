@@ -10,7 +10,7 @@
 #include <cstdint>
 #include <functional>
 
-namespace Quorvane::Pyx {
+namespace Quorvane::PYXCORE_PYX {
 
 static_assert(Internal::sharesStandardLibrary,
               "The library writes a std::function of its own standard library (libstdc++) into a client's storage, and "
@@ -64,4 +64,4 @@ public:
     std::function<void()> detachCallback;
 };
 
-}  // namespace Quorvane::Pyx
+}  // namespace Quorvane::PYXCORE_PYX

@@ -9,7 +9,7 @@
 #include <cstdint>
 #include <typeinfo>
 
-namespace Quorvane::Pyx::Internal {
+namespace Quorvane::PYXCORE_PYX::Internal {
 
 // What elements of a custom class can do beyond their code, which says nothing about them.
 struct CustomTypeOperations {
@@ -90,4 +90,4 @@ public:
     virtual IVariantData* convertDataTo(WellKnownType target, ConversionMode mode) = 0;
 };
 
-}  // namespace Quorvane::Pyx::Internal
+}  // namespace Quorvane::PYXCORE_PYX::Internal

@@ -3,7 +3,7 @@
 
 #include <pyx/variant/IVariantData.h>
 
-namespace Quorvane::Pyx::Internal {
+namespace Quorvane::PYXCORE_PYX::Internal {
 
 // There is nothing to count: copy and destruct do nothing, and the holder of the memory ends the object.
 class IVariantDataNonRefCounted : public IVariantData {
@@ -13,4 +13,4 @@ public:
     IVariantData* makeUnique() final { return this; }
 };
 
-}  // namespace Quorvane::Pyx::Internal
+}  // namespace Quorvane::PYXCORE_PYX::Internal

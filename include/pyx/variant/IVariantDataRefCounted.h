@@ -7,7 +7,7 @@
 #include <cstdint>
 #include <stdexcept>
 
-namespace Quorvane::Pyx::Internal {
+namespace Quorvane::PYXCORE_PYX::Internal {
 
 // Born with one reference, which belongs to whoever made the object. The count is atomic with sequentially consistent
 // order; nothing else in the object is protected.
@@ -66,4 +66,4 @@ private:
     std::atomic<std::uint32_t> referenceCount{1};
 };
 
-}  // namespace Quorvane::Pyx::Internal
+}  // namespace Quorvane::PYXCORE_PYX::Internal

@@ -5,7 +5,7 @@
 
 #include <memory>
 
-namespace Quorvane::Pyx::Internal {
+namespace Quorvane::PYXCORE_PYX::Internal {
 
 struct ReleaseReference {
     void operator()(IVariantData* data) const { data->destruct(); }
@@ -15,4 +15,4 @@ struct ReleaseReference {
 template <class Data = IVariantData>
 using OwnedData = std::unique_ptr<Data, ReleaseReference>;
 
-}  // namespace Quorvane::Pyx::Internal
+}  // namespace Quorvane::PYXCORE_PYX::Internal

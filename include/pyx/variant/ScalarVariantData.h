@@ -12,7 +12,7 @@
 #include <typeinfo>
 #include <utility>
 
-namespace Quorvane::Pyx::Internal {
+namespace Quorvane::PYXCORE_PYX::Internal {
 
 inline constexpr std::uint64_t scalarDimensions[1] = {1};
 
@@ -86,4 +86,4 @@ public:
     extern template class ScalarVariantDataNonCounted<type>;
 #include <pyx/types/element_types.def>
 
-}  // namespace Quorvane::Pyx::Internal
+}  // namespace Quorvane::PYXCORE_PYX::Internal

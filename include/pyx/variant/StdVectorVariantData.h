@@ -9,7 +9,7 @@
 #include <utility>
 #include <vector>
 
-namespace Quorvane::Pyx::Internal {
+namespace Quorvane::PYXCORE_PYX::Internal {
 
 // The shape may outgrow the elements, into the spare capacity of the vector: readers must look at
 // numberAllocatedElements too.
@@ -66,4 +66,4 @@ private:
 #define PYXCORE_ADOPTABLE_TYPE(type) extern template class StdVectorVariantData<type>;
 #include <pyx/types/adoptable_types.def>
 
-}  // namespace Quorvane::Pyx::Internal
+}  // namespace Quorvane::PYXCORE_PYX::Internal

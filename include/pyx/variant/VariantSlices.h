@@ -1,11 +1,11 @@
 // How a value reads and writes slices: between the arithmetic of indices and the copying of elements.
 #pragma once
 
+#include <pyx/abi/c_api.h>
 #include <pyx/indexing/ArrayIndexing.h>
 #include <pyx/indexing/IndexSet.h>
 #include <pyx/indexing/SliceWalk.h>
 #include <pyx/types/dispatch.h>
-#include <pyx/types/standard_library.h>
 #include <pyx/variant/slice_elements.h>
 
 #include <algorithm>
@@ -17,7 +17,7 @@
 #include <utility>
 #include <vector>
 
-namespace Quorvane::Pyx {
+namespace Quorvane::PYXCORE_PYX {
 
 template <class Storage>
 class ZVariantGeneric;
@@ -41,6 +41,11 @@ public:
         }
         const SliceOperations operations = operationsOf<T>(value);
         requireStored(value, slice);
+        if constexpr (copiesStrings) {
+            if (value.wellKnownDataType() == WellKnownType::string) {
+                return readStrings(value, slice, orderingOfSlice(value, walk));
+            }
+        }
         Variant result = allocate<T>(value, slice.sliceDimensions(), orderingOfSlice(value, walk));
         operations.gather(value.storage_.constStoredData(), slice, result.storage_.mutableStoredData());
         return result;
@@ -65,6 +70,12 @@ public:
             // A write makes the value the only holder of its data, whether or not there is an element to write.
             (void)value.storage_.mutableStoredData();
             return;
+        }
+        if constexpr (copiesStrings) {
+            if (value.wellKnownDataType() == WellKnownType::string) {
+                writeStrings(value, slice, values);
+                return;
+            }
         }
         if (operations.arePlain && values.isScalarStorage()) {
             void* const target = value.storage_.mutableStoredData();
@@ -104,27 +115,50 @@ public:
                 return Variant(value.storage_.customScalarAt(position));
             }
         }
-        return visitElementType(value, [&](auto tag) {
-            return Variant(readElement(value.template elementAt<typename decltype(tag)::type>(position)));
+        return dispatchElementType(value.wellKnownDataType(), [&](auto tag) {
+            return Variant(value.template readAt<typename decltype(tag)::type>(position));
         });
     }
 
 private:
-    // Calls visitor(ElementTag<T>{}) for the type of the elements.
-    template <class Visitor>
-    static auto visitElementType(const Variant& value, Visitor visitor) {
-        return dispatchElementType(value.wellKnownDataType(),
-                                   [&](auto tag) -> std::invoke_result_t<Visitor, ElementTag<int>> {
-                                       if constexpr (canReadTexts<typename decltype(tag)::type>) {
-                                           return visitor(tag);
-                                       } else {
-                                           throwTextsAreForeign();
-                                       }
-                                   });
+    // Whether strings are no objects of this module's class. They are copied in and out then, and an array of them that
+    // is written is made anew.
+    static constexpr bool copiesStrings = !Storage::template readsInPlace<std::string>;
+
+    static Variant readStrings(const Variant& value, const SliceWalk& slice, DataOrdering ordering) {
+        std::vector<PyxString> strings(slice.elementCount());
+        gatherElements<PyxString>(value.storage_.constStoredData(), slice, strings.data());
+        return Variant(Storage::fromStrings(strings, slice.sliceDimensions(), ordering));
     }
 
-    template <class T>
-    static constexpr bool canReadTexts = sharesStandardLibrary || !std::is_same_v<T, std::string>;
+    // The values are strings of the shape of the slice, or one.
+    static void writeStrings(Variant& value, const SliceWalk& slice, const Variant& values) {
+        std::vector<PyxString> strings = allStringsOf(value);
+        std::vector<PyxString> written = allStringsOf(values);
+        if (values.isScalarStorage()) {
+            spreadElement<PyxString>(written.data(), slice, strings.data());
+        } else {
+            scatterElements<PyxString>(written.data(), slice, strings.data());
+        }
+        if (value.isScalarStorage()) {
+            value = Variant(Storage::fromString(strings.front()));
+            return;
+        }
+        // Elements that the shape hides stay.
+        std::vector<std::uint64_t> lengths(value.dimensions().size(), 1);
+        lengths.front() = strings.size();
+        Variant changed(Storage::fromStrings(strings, lengths, value.dataOrdering()));
+        changed.reshapeNoRealloc(value.dimensions());
+        value = std::move(changed);
+    }
+
+    // Also those that the shape hides; what it promises beyond them is empty.
+    static std::vector<PyxString> allStringsOf(const Variant& value) {
+        const auto* const stored = static_cast<const PyxString*>(value.storage_.constStoredData());
+        std::vector<PyxString> strings(stored, stored + value.numberAllocatedElements());
+        strings.resize(std::max<std::size_t>(strings.size(), value.elementCount()), PyxString_borrow("", 0));
+        return strings;
+    }
 
     static SliceWalk select(const Variant& value, const std::vector<IndexSet>& sets, UseDataOrdering walk) {
         return {sets, value.dimensions(), value.dataOrdering(), walk};
@@ -162,7 +196,8 @@ private:
                     return value.storage_.customElements().sliceOperations;
                 }
             }
-            return visitElementType(value, [](auto tag) { return sliceOperationsOf<typename decltype(tag)::type>(); });
+            return dispatchElementType(value.wellKnownDataType(),
+                                       [](auto tag) { return sliceOperationsOf<typename decltype(tag)::type>(); });
         }
     }
 
@@ -177,7 +212,7 @@ private:
                     return Variant(value.storage_.allocateCustomElements(dimensions, ordering));
                 }
             }
-            return visitElementType(value, [&](auto tag) {
+            return dispatchElementType(value.wellKnownDataType(), [&](auto tag) {
                 return Variant::template allocate<typename decltype(tag)::type>(dimensions, ordering);
             });
         }
@@ -261,4 +296,4 @@ private:
 };
 
 }  // namespace Internal
-}  // namespace Quorvane::Pyx
+}  // namespace Quorvane::PYXCORE_PYX

@@ -14,7 +14,7 @@
 #include <type_traits>
 #include <vector>
 
-namespace Quorvane::Pyx::Internal {
+namespace Quorvane::PYXCORE_PYX::Internal {
 
 // The elements stand directly behind the object, at sizeof(VectorVariantData<T>). Their number is fixed for life; the
 // shape may become smaller, and what it then hides is kept. The object has all the alignment that an allocation has,
@@ -140,4 +140,4 @@ private:
     extern template class VectorVariantData<type>;
 #include <pyx/types/element_types.def>
 
-}  // namespace Quorvane::Pyx::Internal
+}  // namespace Quorvane::PYXCORE_PYX::Internal

@@ -5,7 +5,7 @@
 #include <pyx/variant/ZVariantDirectStorage.h>
 #include <pyx/variant/ZVariantGeneric.h>
 
-namespace Quorvane::Pyx {
+namespace Quorvane::PYXCORE_PYX {
 
 // For clients built with the compiler and the standard library of the library: scalars stay inline, without an
 // allocation.
@@ -16,4 +16,4 @@ using ZVariantAbi = ZVariantGeneric<Internal::ZVariantDataSharable>;
 
 static_assert(sizeof(ZVariantAbi) == sizeof(void*));
 
-}  // namespace Quorvane::Pyx
+}  // namespace Quorvane::PYXCORE_PYX

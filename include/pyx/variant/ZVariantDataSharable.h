@@ -9,6 +9,7 @@
 #include <pyx/types/element_types.h>
 #include <pyx/types/standard_library.h>
 #include <pyx/variant/ConversionMode.h>
+#include <pyx/variant/ElementOperations.h>
 
 #include <cstdint>
 #include <string>
@@ -17,7 +18,7 @@
 #include <utility>
 #include <vector>
 
-namespace Quorvane::Pyx::Internal {
+namespace Quorvane::PYXCORE_PYX::Internal {
 
 // Invariant: variantData is a handle on which this holds one reference, or the static null object. It is null in a
 // moved-from storage, which may only be copied, assigned to or destroyed.
@@ -27,12 +28,17 @@ public:
     static constexpr bool adoptsVectors = false;
     static constexpr bool holdsCustomClasses = false;
 
-    // Fails to compile where elements of T cannot cross from this module to the library.
+    // Whether elements of T are objects of this module's own class. Strings of another standard library are copied in
+    // and out as PyxString.
+    template <class T>
+    static constexpr bool readsInPlace = sharesStandardLibrary || !std::is_same_v<T, std::string>;
+
+    // Fails to compile where elements of T would be lent that are no objects of this module's class.
     template <class T>
     static constexpr void requireLayout() {
-        static_assert(sharesStandardLibrary || !std::is_same_v<T, std::string>,
-                      "Texts cross the boundary as std::string objects of the library's standard library (libstdc++), "
-                      "and this module is built with another one: build it with libstdc++ to hold texts.");
+        static_assert(readsInPlace<T>,
+                      "Strings are std::string objects of the library's standard library (libstdc++), and this module "
+                      "is built with another one: read and write them by value, with element, assignElement and as.");
     }
 
     ZVariantDataSharable() noexcept : variantData(ZVariantData_C_API_constructNull()) {}
@@ -61,19 +67,33 @@ public:
 
     template <class T>
     static ZVariantDataSharable fromScalar(const T& value) {
-        requireLayout<T>();
-        return adopt(callFlat(
-            [&](AbiErrorRecord* record) { return ZVariantData_C_API_constructScalar(record, &value, codeOf<T>()); }));
+        if constexpr (readsInPlace<T>) {
+            return scalarOf(&value, codeOf<T>());
+        } else {
+            return fromString(PyxString_borrow(value.data(), value.size()));
+        }
     }
 
     template <class T>
     static ZVariantDataSharable fromArray(const T* data, std::uint64_t length, ArrayDimensionsView dimensions,
                                           DataOrdering ordering) {
-        requireLayout<T>();
-        return adopt(callFlat([&](AbiErrorRecord* record) {
-            return ZVariantData_C_API_constructArray(record, data, codeOf<T>(), length, plain(dimensions),
-                                                     plain(ordering));
-        }));
+        if constexpr (readsInPlace<T>) {
+            return arrayOf(data, codeOf<T>(), length, dimensions, ordering);
+        } else {
+            std::vector<PyxString> strings;
+            strings.reserve(length);
+            for (std::uint64_t i = 0; i < length; ++i) {
+                strings.push_back(PyxString_borrow(data[i].data(), data[i].size()));
+            }
+            return fromStrings(strings, dimensions, ordering);
+        }
+    }
+
+    static ZVariantDataSharable fromString(const PyxString& string) { return scalarOf(&string, codeOf<std::string>()); }
+
+    static ZVariantDataSharable fromStrings(const std::vector<PyxString>& strings, ArrayDimensionsView dimensions,
+                                            DataOrdering ordering) {
+        return arrayOf(strings.data(), codeOf<std::string>(), strings.size(), dimensions, ordering);
     }
 
     template <class T>
@@ -87,6 +107,14 @@ public:
     static ZVariantDataSharable adopt(IVariantData* data) {
         return data == nullptr ? ZVariantDataSharable() : ZVariantDataSharable(data);
     }
+
+    // One more reference on the data, which is borrowed and not null.
+    static ZVariantDataSharable share(IVariantData* data) {
+        return adopt(callFlat([&](AbiErrorRecord* record) { return ZVariantData_C_API_copy(record, data); }));
+    }
+
+    // Hands the reference to the caller and leaves this moved from.
+    IVariantData* release() noexcept { return std::exchange(variantData, nullptr); }
 
     WellKnownType wellKnownDataType() const {
         return WellKnownType::fromCode(callFlat(
@@ -117,6 +145,17 @@ public:
     const void* constStoredData() const {
         return callFlat(
             [&](AbiErrorRecord* record) { return ZVariantData_C_API_constStoredData(record, variantData); });
+    }
+
+    // The element at a position, which is stored as T.
+    template <class T>
+    T read(std::uint64_t position) const {
+        if constexpr (readsInPlace<T>) {
+            return readElement(static_cast<const T*>(constStoredData())[position]);
+        } else {
+            const PyxString& string = static_cast<const PyxString*>(constStoredData())[position];
+            return T(string.data, string.length);
+        }
     }
 
     // No flat function tells classes apart behind the code customType.
@@ -195,6 +234,18 @@ private:
         return WellKnownType(ElementTraits<T>::code).code();
     }
 
+    static ZVariantDataSharable scalarOf(const void* value, std::uint16_t code) {
+        return adopt(
+            callFlat([&](AbiErrorRecord* record) { return ZVariantData_C_API_constructScalar(record, value, code); }));
+    }
+
+    static ZVariantDataSharable arrayOf(const void* data, std::uint16_t code, std::uint64_t length,
+                                        ArrayDimensionsView dimensions, DataOrdering ordering) {
+        return adopt(callFlat([&](AbiErrorRecord* record) {
+            return ZVariantData_C_API_constructArray(record, data, code, length, plain(dimensions), plain(ordering));
+        }));
+    }
+
     static PyxDimensions plain(ArrayDimensionsView dimensions) { return {dimensions.begin(), dimensions.size()}; }
     static std::uint32_t plain(DataOrdering ordering) { return static_cast<std::uint32_t>(ordering); }
 
@@ -223,4 +274,4 @@ private:
 
 static_assert(sizeof(ZVariantDataSharable) == sizeof(void*));
 
-}  // namespace Quorvane::Pyx::Internal
+}  // namespace Quorvane::PYXCORE_PYX::Internal

@@ -21,7 +21,7 @@
 #include <utility>
 #include <vector>
 
-namespace Quorvane::Pyx::Internal {
+namespace Quorvane::PYXCORE_PYX::Internal {
 
 // Invariant: variantData points at inlineBuffer, which then holds a non-counted scalar; or at a heap object, of which
 // this holds one reference; or at a static null object. It is null in a moved-from storage, which may only be copied,
@@ -33,6 +33,8 @@ public:
     static constexpr bool holdsCustomClasses = true;
 
     // All elements are read where they stand.
+    template <class T>
+    static constexpr bool readsInPlace = true;
     template <class T>
     static constexpr void requireLayout() {}
 
@@ -122,12 +124,36 @@ public:
         return data == nullptr ? ZVariantDirectStorage() : ZVariantDirectStorage(data);
     }
 
+    // One more reference on the data, which is borrowed and not null.
+    static ZVariantDirectStorage share(IVariantData* data) {
+        data->copy();
+        return adopt(data);
+    }
+
+    // Hands the reference to the caller and leaves this moved from. An inline scalar becomes a counted one; when there
+    // is no memory for it, nothing has changed.
+    IVariantData* release() {
+        if (!isInline()) {
+            return std::exchange(variantData, nullptr);
+        }
+        IVariantData* const counted = copyConstructVariantScalar(nullptr, 0, *this);
+        endInlineScalar();
+        variantData = nullptr;
+        return counted;
+    }
+
     WellKnownType wellKnownDataType() const { return variantData->wellKnownDataType(); }
     ArrayDimensionsView dimensions() const { return variantData->dimensions(); }
     DataOrdering dataOrdering() const { return variantData->dataOrdering(); }
     std::uint64_t numberAllocatedElements() const { return variantData->numberAllocatedElements(); }
     bool isScalarStorage() const { return variantData->isScalarStorage(); }
     const void* constStoredData() const { return variantData->constStoredData(); }
+
+    // The element at a position, which is stored as T.
+    template <class T>
+    T read(std::uint64_t position) const {
+        return readElement(static_cast<const T*>(constStoredData())[position]);
+    }
 
     const std::type_info& storedTypeInfo() const {
         const std::type_info* const stored = variantData->storedTypeInfo();
@@ -300,4 +326,4 @@ private:
 
 static_assert(sizeof(ZVariantDirectStorage) == 48);
 
-}  // namespace Quorvane::Pyx::Internal
+}  // namespace Quorvane::PYXCORE_PYX::Internal

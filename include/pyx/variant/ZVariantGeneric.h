@@ -1,6 +1,7 @@
 // The value type: a null, a scalar or an N-dimensional array of any element type, over one of two storage policies.
 #pragma once
 
+#include <pyx/abi/c_api.h>
 #include <pyx/indexing/ArrayDimensionsView.h>
 #include <pyx/indexing/DataOrdering.h>
 #include <pyx/indexing/IndexSet.h>
@@ -25,7 +26,7 @@
 #include <utility>
 #include <vector>
 
-namespace Quorvane::Pyx {
+namespace Quorvane::PYXCORE_PYX {
 
 class ExternalVariantStorageInterface;
 
@@ -58,6 +59,41 @@ public:
     ZVariantGeneric(const char* text) : ZVariantGeneric(std::string(text)) {}
     ZVariantGeneric(std::string_view text) : ZVariantGeneric(std::string(text)) {}
     ZVariantGeneric(std::nullptr_t) = delete;
+
+    // The same value over the other storage policy: a ZVariant of a ZVariantAbi, and the other way. Shares the data,
+    // except that an inline scalar of a ZVariant is copied; the form for rvalues takes them over. A null and a
+    // moved-from value give a null. Explicit, so that no value changes its policy unseen.
+    template <class Other, std::enable_if_t<!std::is_same_v<Other, Storage>, int> = 0>
+    explicit ZVariantGeneric(const ZVariantGeneric<Other>& other) : ZVariantGeneric(ZVariantGeneric<Other>(other)) {}
+    template <class Other, std::enable_if_t<!std::is_same_v<Other, Storage>, int> = 0>
+    explicit ZVariantGeneric(ZVariantGeneric<Other>&& other) {
+        // Each side keeps its own null.
+        if (other.storage_.variantData != nullptr && !other.isNull()) {
+            storage_ = Storage::adopt(other.storage_.release());
+        }
+    }
+
+    // The handle of the data, for the functions of pyx/abi/c_api.h: borrowed, and good until the value is changed or
+    // ends. ZVariantAbi only, since a ZVariant may hold a scalar that has none: make a ZVariantAbi of it, or release
+    // it.
+    [[nodiscard]] PyxVariantData* handle() const noexcept {
+        static_assert(!Storage::holdsCustomClasses, "A ZVariant lends no handle: make a ZVariantAbi of it first.");
+        return storage_.variantData;
+    }
+
+    // Hands the reference on the data to the caller, who ends it by ZVariantData_C_API_destruct or adopt; the value is
+    // moved from. Never null, except of a value that was moved from before.
+    [[nodiscard]] PyxVariantData* release() && { return storage_.release(); }
+
+    // The value of a handle, whose reference is taken over. Null gives a null value.
+    [[nodiscard]] static ZVariantGeneric adopt(PyxVariantData* handle) {
+        return ZVariantGeneric(Storage::adopt(handle));
+    }
+
+    // The value of a handle that stays the caller's and is not null. Shares the data.
+    [[nodiscard]] static ZVariantGeneric share(PyxVariantData* handle) {
+        return ZVariantGeneric(Storage::share(handle));
+    }
 
     // A scalar of a class of the client's own, which needs copies, a default constructor, == and the alignment of a
     // pointer at most. ZVariant only.
@@ -170,18 +206,20 @@ public:
     // element of null variant." and "Wrong data type.", and std::out_of_range "Indices out of bounds.".
     template <class T>
     [[nodiscard]] const T& elementAt(std::uint64_t position) const& {
+        Storage::template requireLayout<T>();
         checkAccess<T>(position);
         return static_cast<const T*>(storage_.constStoredData())[position];
     }
     template <class T>
     [[nodiscard]] T elementAt(std::uint64_t position) const&& {
-        const ZVariantGeneric& self = *this;
-        return Internal::readElement(self.template elementAt<T>(position));
+        Storage::template requireLayout<T>();
+        return readAt<T>(position);
     }
 
     // The same for writing; makes the value the only holder of its data first.
     template <class T>
     [[nodiscard]] T& mutableElementAt(std::uint64_t position) & {
+        Storage::template requireLayout<T>();
         checkAccess<T>(position);
         return static_cast<T*>(storage_.mutableStoredData())[position];
     }
@@ -210,7 +248,8 @@ public:
     }
     template <class T>
     [[nodiscard]] ZVariantValueRange<T, Storage> valueRange() && {
-        requireReadable<T>();
+        Storage::template requireLayout<T>();
+        requireStoredType<T>();
         return ZVariantValueRange<T, Storage>(std::move(*this));
     }
 
@@ -223,8 +262,7 @@ public:
         if (elementCount() != 1) {
             throwNotSingle(elementCount());
         }
-        return static_cast<T>(
-            convertOrThrow(Internal::ElementTraits<Element>::code, mode).template elementAt<Element>(0));
+        return static_cast<T>(convertOrThrow(Internal::ElementTraits<Element>::code, mode).template readAt<Element>(0));
     }
 
     // The same shape and ordering in another element type; a null value when the conversion is refused. The own type
@@ -341,7 +379,7 @@ public:
         if constexpr (std::is_void_v<T>) {
             return Slices::scalarAt(*this, position);
         } else {
-            return static_cast<T>(Internal::readElement(elementAt<Internal::StoredElement<T>>(position)));
+            return static_cast<T>(readAt<Internal::StoredElement<T>>(position));
         }
     }
 
@@ -360,7 +398,14 @@ public:
     }
     template <class T>
     void assignElement(const std::vector<std::uint64_t>& indices, typename Internal::ElementTag<T>::type value) {
-        mutableElementAt<Internal::StoredElement<T>>(Slices::positionOf(*this, indices)) = std::move(value);
+        using Element = Internal::StoredElement<T>;
+        const std::uint64_t position = Slices::positionOf(*this, indices);
+        if constexpr (Storage::template readsInPlace<Element>) {
+            mutableElementAt<Element>(position) = std::move(value);
+        } else {
+            checkAccess<Element>(position);
+            assignElement(indices, ZVariantGeneric(std::move(value)));
+        }
     }
 
     // Whether the two are the same value in type, shape, ordering and elements; a scalar is identical to a
@@ -417,13 +462,6 @@ private:
         return type;
     }
 
-    // Elements are lent by reference, so T must be stored as it is.
-    template <class T>
-    static constexpr void requireReadable() {
-        requireStoredType<T>();
-        Storage::template requireLayout<T>();
-    }
-
     void requireNotNull() const {
         if (isNull()) {
             throw std::invalid_argument("Cannot access element of null variant.");
@@ -432,7 +470,6 @@ private:
 
     template <class T>
     void requireElements() const {
-        requireReadable<T>();
         if (!isElementType<T>()) {
             throw std::invalid_argument("Wrong data type.");
         }
@@ -447,15 +484,22 @@ private:
 
     template <class T>
     void checkAccess(std::uint64_t position) const {
-        requireReadable<T>();
         requireNotNull();
         requireElements<T>();
         requirePosition(position);
     }
 
+    // The element at a position, by value.
+    template <class T>
+    T readAt(std::uint64_t position) const {
+        checkAccess<T>(position);
+        return storage_.template read<T>(position);
+    }
+
     template <class T>
     bool checkData() const {
-        requireReadable<T>();
+        Storage::template requireLayout<T>();
+        requireStoredType<T>();
         if (elementCount() == 0) {
             return false;
         }
@@ -478,4 +522,4 @@ template <class Left, class Right>
     return !(left == right);
 }
 
-}  // namespace Quorvane::Pyx
+}  // namespace Quorvane::PYXCORE_PYX

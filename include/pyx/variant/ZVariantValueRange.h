@@ -1,12 +1,14 @@
 // The elements of a value as a range that keeps the value alive.
 #pragma once
 
+#include <pyx/types/export.h>
+
 #include <cstdint>
 #include <memory>
 #include <stdexcept>
 #include <utility>
 
-namespace Quorvane::Pyx {
+namespace Quorvane::PYXCORE_PYX {
 
 template <class Storage>
 class ZVariantGeneric;
@@ -43,4 +45,4 @@ private:
     const T* end_ = nullptr;
 };
 
-}  // namespace Quorvane::Pyx
+}  // namespace Quorvane::PYXCORE_PYX

@@ -11,7 +11,7 @@
 #include <stdexcept>
 #include <typeinfo>
 
-namespace Quorvane::Pyx::Internal {
+namespace Quorvane::PYXCORE_PYX::Internal {
 
 // How many of the allocated elements can be read: all of them, except of a view that shows more than its data have.
 PYXCORE_API std::uint64_t numberReadableElements(const IVariantData& data);
@@ -79,4 +79,4 @@ IVariantData* rebuildArray(const IVariantData* source, ArrayDimensionsView wante
     return result.release();
 }
 
-}  // namespace Quorvane::Pyx::Internal
+}  // namespace Quorvane::PYXCORE_PYX::Internal

@@ -5,7 +5,7 @@
 #include <pyx/variant/ConversionMode.h>
 #include <pyx/variant/IVariantData.h>
 
-namespace Quorvane::Pyx::Internal {
+namespace Quorvane::PYXCORE_PYX::Internal {
 
 // Both only read, so any thread may ask while nobody writes; neither takes references from its caller. Elements that a
 // shape promises and the storage does not have count as default, but for those of custom classes, which differ from all
@@ -27,4 +27,4 @@ PYXCORE_API bool isIdenticalTo(const IVariantData& left, const IVariantData& rig
 // client on the right, where it fails.
 PYXCORE_API bool isEquivalentTo(const IVariantData& left, const IVariantData& right, ConversionMode mode);
 
-}  // namespace Quorvane::Pyx::Internal
+}  // namespace Quorvane::PYXCORE_PYX::Internal

@@ -7,7 +7,7 @@
 #include <stdexcept>
 #include <string>
 
-namespace Quorvane::Pyx::Internal {
+namespace Quorvane::PYXCORE_PYX::Internal {
 
 // "Cannot convert ..." with the names of the value type and of both element types, and the number of elements. Raises
 // std::runtime_error "unknown type" or "not a numeric type" instead when the source has no portable name.
@@ -26,4 +26,4 @@ inline void requireNumericView(WellKnownType type) {
     }
 }
 
-}  // namespace Quorvane::Pyx::Internal
+}  // namespace Quorvane::PYXCORE_PYX::Internal

@@ -7,7 +7,7 @@
 #include <algorithm>
 #include <optional>
 
-namespace Quorvane::Pyx {
+namespace Quorvane::PYXCORE_PYX {
 
 // Nothing for a null, for a value with another number of elements than one, and for one that a cast does not bring to
 // T.
@@ -25,7 +25,7 @@ std::optional<T> extractSingleValue(const ZVariantGeneric<Storage>& value) {
     if (converted.isNull()) {
         return std::nullopt;
     }
-    return static_cast<T>(Internal::readElement(converted.template elementAt<Element>(0)));
+    return converted.template as<T>();
 }
 
-}  // namespace Quorvane::Pyx
+}  // namespace Quorvane::PYXCORE_PYX

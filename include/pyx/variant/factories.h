@@ -9,11 +9,11 @@
 #include <cstdint>
 #include <vector>
 
-namespace Quorvane::Pyx {
+namespace Quorvane::PYXCORE_PYX {
 class ExternalVariantStorageInterface;
 }
 
-namespace Quorvane::Pyx::Internal {
+namespace Quorvane::PYXCORE_PYX::Internal {
 
 class IVariantData;
 class ZVariantDirectStorage;
@@ -78,4 +78,4 @@ PYXCORE_API IVariantData* constructVariantExternal(ExternalVariantStorageInterfa
 PYXCORE_API IVariantData* constructTransmuteRealToComplexVariant(IVariantData* data);
 PYXCORE_API IVariantData* constructTransmuteComplexToRealVariant(IVariantData* data);
 
-}  // namespace Quorvane::Pyx::Internal
+}  // namespace Quorvane::PYXCORE_PYX::Internal

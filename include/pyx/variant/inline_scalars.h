@@ -11,7 +11,7 @@
 #include <typeinfo>
 #include <utility>
 
-namespace Quorvane::Pyx::Internal {
+namespace Quorvane::PYXCORE_PYX::Internal {
 
 // An object with virtual operations may be copied as memory where it begins with the address of their table and the
 // element stands right behind, as in the Itanium C++ ABI, which every platform of this library follows. Elsewhere the
@@ -68,4 +68,4 @@ inline void relocateStringScalar(std::byte* target, std::byte* source) noexcept 
     std::memcpy(target, source, sizeof(void*));
 }
 
-}  // namespace Quorvane::Pyx::Internal
+}  // namespace Quorvane::PYXCORE_PYX::Internal

@@ -10,7 +10,7 @@
 #include <type_traits>
 #include <utility>
 
-namespace Quorvane::Pyx::Internal {
+namespace Quorvane::PYXCORE_PYX::Internal {
 
 // Calls copy(to, from) for `count` elements that stand toStep and fromStep apart. Here and below, target and source do
 // not overlap.
@@ -105,4 +105,4 @@ inline bool holdsShape(std::uint64_t allocated, ArrayDimensionsView dimensions) 
     return allocated != 0;
 }
 
-}  // namespace Quorvane::Pyx::Internal
+}  // namespace Quorvane::PYXCORE_PYX::Internal
