@@ -17,6 +17,8 @@ DATA = """~ ~ copy destruct makeUnique numberAllocatedElements dimensions isScal
 COUNTED_DATA = [*DATA, "duplicate", "isUnique"]
 PROMISED = {
     "Internal::ScalarVariantDataNonCounted<double": DATA,
+    # What the library builds serves clients of 1.0 and 1.1 as well.
+    "Internal::InlineScalar<double": [*DATA, "copyTo", "relocateTo"],
     "Internal::ScalarVariantDataRefCounted<double": COUNTED_DATA,
     "Internal::VectorVariantData<double": COUNTED_DATA,
     "Internal::StdVectorVariantData<double": COUNTED_DATA,
@@ -27,8 +29,10 @@ PROMISED = {
 
 with tempfile.TemporaryDirectory() as folder:
     source = pathlib.Path(folder, "classes.cpp")
-    source.write_text("#include <pyx/pyx.h>\ntemplate class Quorvane::Pyx::ExternalBuffer<double>;\n")
-    subprocess.run([sys.argv[1], "-std=c++17", f"-I{ROOT}/include", "-fdump-lang-class=classes.txt", "-fsyntax-only",
+    source.write_text("#include <pyx/pyx.h>\n#include <variant/InlineScalar.h>\n"
+                      "template class Quorvane::Pyx::ExternalBuffer<double>;\n"
+                      "template class Quorvane::Pyx::Internal::InlineScalar<double>;\n")
+    subprocess.run([sys.argv[1], "-std=c++20", f"-I{ROOT}/include", f"-I{ROOT}/src", "-fdump-lang-class=classes.txt", "-fsyntax-only",
                     source], check=True, cwd=folder)
     dump = pathlib.Path(folder, "classes.txt").read_text()
 

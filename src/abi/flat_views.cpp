@@ -5,8 +5,32 @@
 
 #include <pyx/variant/factories.h>
 
+#include <cstring>
+#include <new>
+#include <typeinfo>
+
 using namespace Quorvane::Pyx;
 using namespace Quorvane::Pyx::Internal;
+
+namespace {
+
+// The text of std::bad_alloc in a record says that the reference is still the caller's. A client's own class with the
+// same text gets another one.
+PyxVariantData* makeView(AbiErrorRecord* record, PyxVariantData* data, IVariantData* (*construct)(IVariantData*)) {
+    return guardAbiCall(record, [&] {
+        try {
+            return construct(data);
+        } catch (const std::bad_alloc& error) {
+            const bool isPlain = typeid(error) == typeid(std::bad_alloc);
+            if (!isPlain && std::strcmp(error.what(), std::bad_alloc().what()) == 0) {
+                throw std::bad_array_new_length();
+            }
+            throw;
+        }
+    });
+}
+
+}  // namespace
 
 PyxVariantData* ZVariantData_C_API_createWithExternalStorage(AbiErrorRecord* record,
                                                              PyxExternalStorage* storage) noexcept {
@@ -15,10 +39,10 @@ PyxVariantData* ZVariantData_C_API_createWithExternalStorage(AbiErrorRecord* rec
 
 PyxVariantData* ZVariantData_C_API_constructTransmuteRealToComplexVariant(AbiErrorRecord* record,
                                                                           PyxVariantData* data) noexcept {
-    return guardAbiCall(record, [&] { return constructTransmuteRealToComplexVariant(data); });
+    return makeView(record, data, constructTransmuteRealToComplexVariant);
 }
 
 PyxVariantData* ZVariantData_C_API_constructTransmuteComplexToRealVariant(AbiErrorRecord* record,
                                                                           PyxVariantData* data) noexcept {
-    return guardAbiCall(record, [&] { return constructTransmuteComplexToRealVariant(data); });
+    return makeView(record, data, constructTransmuteComplexToRealVariant);
 }

@@ -4,8 +4,8 @@
 #include "convert/element_comparison.h"
 
 #include <pyx/types/dispatch.h>
-#include <pyx/variant/ArrayVariantData.h>
 #include <pyx/variant/OwnedData.h>
+#include <pyx/variant/StdVectorVariantData.h>
 #include <pyx/variant/VectorVariantData.h>
 #include <pyx/variant/array_operations.h>
 
@@ -13,6 +13,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <exception>
+#include <type_traits>
 #include <typeinfo>
 
 namespace Quorvane::Pyx::Internal {
@@ -138,10 +139,22 @@ bool compareConverted(const Operand& kept, const IVariantData& other, std::uint6
     return copy != nullptr && compareElementRuns(kept.type, kept.data, *copy, count);
 }
 
+template <class T>
+bool isArrayOf(const IVariantData& data) {
+    if (typeid(data) == typeid(VectorVariantData<T>)) {
+        return true;
+    }
+    if constexpr (std::is_same_v<T, bool>) {
+        return false;
+    } else {
+        return typeid(data) == typeid(StdVectorVariantData<T>);
+    }
+}
+
 // Whether the object is one of the library's arrays, whose conversion is that of its elements, and has all `count`.
 bool isCompleteArray(const Operand& operand, std::uint64_t count) {
     return operand.data.numberAllocatedElements() >= count && dispatchElementType(operand.type, [&](auto tag) {
-               return dynamic_cast<const ArrayVariantData<typename decltype(tag)::type>*>(&operand.data) != nullptr;
+               return isArrayOf<typename decltype(tag)::type>(operand.data);
            });
 }
 

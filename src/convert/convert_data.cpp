@@ -13,6 +13,18 @@
 
 namespace Quorvane::Pyx::Internal {
 
+namespace {
+
+// The default element of a type. Borrowed, static.
+const void* defaultElement(WellKnownType type) {
+    return dispatchElementType(type, [](auto tag) -> const void* {
+        static const typename decltype(tag)::type element{};
+        return &element;
+    });
+}
+
+}  // namespace
+
 IVariantData* convertStoredScalar(WellKnownType source, const void* value, WellKnownType target, ConversionMode mode) {
     return dispatchElementType(target, [&](auto tag) -> IVariantData* {
         using T = typename decltype(tag)::type;
@@ -33,7 +45,11 @@ IVariantData* convertStoredArray(const StoredArray& source, WellKnownType target
         // A reshape can hide elements of the source, or promise more than it has.
         const std::uint64_t shown = result->numberAllocatedElements();
         const std::uint64_t count = std::min(shown, source.numberAllocatedElements);
-        if (!convert(source.elements, result->elements(), count, mode)) {
+        T ignored{};
+        // Where the shape promises elements and there is none, the rule looks at a default one in their place.
+        const bool isConverted = count == 0 && shown != 0 ? convert(defaultElement(source.type), &ignored, 1, mode)
+                                                          : convert(source.elements, result->elements(), count, mode);
+        if (!isConverted) {
             if (refused == RefusedArray::kept) {
                 (void)result.release();
             }

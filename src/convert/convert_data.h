@@ -26,8 +26,8 @@ struct StoredArray {
 };
 
 // The elements to a new array of the same shape and ordering; null when they are refused. Elements that the shape
-// promises and the memory does not have become defaults; where it has none, the rule sees an empty run. Raises as
-// dispatchElementType does, for the target first.
+// promises and the memory does not have are defaults and become defaults. Raises as dispatchElementType does, for the
+// target first.
 IVariantData* convertStoredArray(const StoredArray& source, WellKnownType target, ConversionMode mode,
                                  RefusedArray refused = RefusedArray::released);
 

@@ -71,9 +71,9 @@ template <class S, class T>
 inline constexpr bool castChecksRange = std::is_floating_point_v<S>&& std::is_integral_v<T> && !std::is_same_v<T, bool>;
 
 // Zero implies keepsValue. Nonzero does not imply a change: an infinity that stays sets bits too. A loop collects these
-// bits over a block instead of comparisons. A program that has denormal results flushed to zero loses their differences
-// here, by what stands in their block; it takes such numbers for zeros itself. What a bool is follows from the value,
-// which is cheaper than to widen the bool.
+// bits over a block instead of comparisons. Where the processor flushes results to zero, a denormal number that a float
+// cannot hold may pass or be refused: such a processor does not compute by IEEE 754, and the rule promises nothing for
+// it. What a bool is follows from the value, which is cheaper than to widen the bool.
 template <class S, class T>
 auto changedBits(S value, [[maybe_unused]] T converted) {
     if constexpr (std::is_floating_point_v<S>) {

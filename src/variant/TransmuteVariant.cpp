@@ -11,8 +11,8 @@ namespace Quorvane::Pyx::Internal {
 
 namespace {
 
-// Plain std::bad_alloc tells the caller that there was no memory for the view, and then alone the reference stays with
-// the caller. So memory that runs out after the reference was taken over has another name.
+// Plain std::bad_alloc tells the caller that there was no memory for the view. Then alone the reference stays with the
+// caller, so memory that runs out after the reference was taken over has another name.
 template <class View>
 IVariantData* constructView(IVariantData* data) {
     bool isTakenOver = false;
@@ -24,7 +24,10 @@ IVariantData* constructView(IVariantData* data) {
         // Memory for the view is allocated before the argument is made.
         return new View(takeOver());
     } catch (const std::bad_alloc& error) {
-        if (isTakenOver && typeid(error) == typeid(std::bad_alloc)) {
+        if (!isTakenOver) {
+            throw std::bad_alloc();
+        }
+        if (typeid(error) == typeid(std::bad_alloc)) {
             throw std::bad_array_new_length();
         }
         throw;

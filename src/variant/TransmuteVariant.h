@@ -6,6 +6,7 @@
 
 #include <pyx/variant/IVariantDataRefCounted.h>
 #include <pyx/variant/OwnedData.h>
+#include <pyx/variant/array_operations.h>
 
 #include <algorithm>
 #include <cstdint>
@@ -37,7 +38,7 @@ public:
             copy();
             return this;
         }
-        if (reinterpretsNothing()) {
+        if (numberReadableElements() < numberAllocatedElements()) {
             return OwnedData<>(duplicate())->reorderData(wanted);
         }
         return reorderElementsOf(this->wellKnownDataType(), *this, wanted);
@@ -63,14 +64,15 @@ public:
 
     // A plain array of as many elements as the shape shows.
     IVariantData* duplicate() const final {
-        const IVariantData* const source = reinterpretsNothing() ? data.get() : this;
-        return rebuildElementsOf(this->wellKnownDataType(), source, dimensions_, dataOrdering());
+        return rebuildElementsOf(this->wellKnownDataType(), this, dimensions_, dataOrdering());
     }
 
-    // As many elements as can be read: not more than the data have, of whatever kind they are.
+    // As many elements as can be read. Nothing refuses a view of data that are of its own kind of numbers already, or
+    // no numbers, but the number of its elements is not that of the storage.
     std::uint64_t numberReadableElements() const {
-        return reinterpretsNothing() ? std::min(data->numberAllocatedElements(), numberAllocatedElements())
-                                     : numberAllocatedElements();
+        const std::uint64_t readable = Internal::numberReadableElements(*data);
+        const bool isReinterpreted = data->wellKnownDataType() != this->wellKnownDataType();
+        return isReinterpreted ? View::countOf(readable) : std::min(readable, numberAllocatedElements());
     }
 
     // Always false, so that a writer gets a plain array of its own and never writes to the data.
@@ -96,10 +98,6 @@ private:
         fastest = View::countOf(fastest);
         return dimensions;
     }
-
-    // Whether the data are of the view's own kind of numbers already, or none. Nothing refuses such a view, but the
-    // number of its elements is not that of the storage, so they are read from the data where they must be read.
-    bool reinterpretsNothing() const { return data->wellKnownDataType() == this->wellKnownDataType(); }
 
     std::vector<std::uint64_t> dimensions_;
 };

@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <cstdint>
 #include <initializer_list>
+#include <stdexcept>
 #include <type_traits>
 #include <vector>
 
@@ -59,4 +60,14 @@ private:
 static_assert(sizeof(ArrayDimensionsView) == 16 && std::is_trivially_copyable_v<ArrayDimensionsView> &&
               std::is_standard_layout_v<ArrayDimensionsView>);
 
+namespace Internal {
+
+// Raises std::length_error unless the shape has so many elements.
+inline void requireDataLength(ArrayDimensionsView dimensions, std::uint64_t length) {
+    if (dimensions.elementCount() != length) {
+        throw std::length_error("dimensions do not match data length");
+    }
+}
+
+}  // namespace Internal
 }  // namespace Quorvane::PYXCORE_PYX

@@ -55,8 +55,10 @@ struct CustomElementOperations {
     static IVariantData* convertArray(const IVariantData& source, WellKnownType target, ConversionMode mode) {
         requireElementType(target);
         const ArrayDimensionsView dimensions = source.dimensions();
-        const std::uint64_t shown = std::min(dimensions.elementCount(), source.numberAllocatedElements());
-        return areDefault(static_cast<const T*>(source.constStoredData()), shown, mode)
+        const std::uint64_t shown = dimensions.elementCount();
+        const std::uint64_t stored = std::min(shown, source.numberAllocatedElements());
+        // Elements that the shape promises and the storage does not have are defaults.
+        return shown != 0 && areDefault(static_cast<const T*>(source.constStoredData()), stored, mode)
                    ? constructDefaultArray(target, dimensions, source.dataOrdering())
                    : nullptr;
     }
@@ -80,9 +82,9 @@ private:
         return new ScalarVariantDataRefCounted<T>(*static_cast<const T*>(element));
     }
 
-    // Whether the elements may become defaults of another type. An empty run is refused.
+    // Whether the elements may become defaults of another type.
     static bool areDefault(const T* elements, std::uint64_t count, ConversionMode mode) {
-        return mode == ConversionMode::Exact && count != 0 &&
+        return mode == ConversionMode::Exact &&
                std::all_of(elements, elements + count, [](const T& element) { return element == T{}; });
     }
 

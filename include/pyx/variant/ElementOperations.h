@@ -38,6 +38,16 @@ template <class T>
 using ElementOperations =
     std::conditional_t<isWellKnownElement<T>, WellKnownElementOperations<T>, CustomElementOperations<T>>;
 
+// The body of IVariantData::reorderData for an array that stores T.
+template <class T>
+IVariantData* reorderArray(IVariantData& array, DataOrdering wanted) {
+    if (wanted == array.dataOrdering()) {
+        array.copy();
+        return &array;
+    }
+    return ElementOperations<T>::reorder(array, wanted);
+}
+
 // An element by value: any byte but 0 is true.
 template <class T>
 T readElement(const T& element) {

@@ -2,7 +2,6 @@
 #pragma once
 
 #include <pyx/types/element_types.h>
-#include <pyx/variant/ArrayVariantData.h>
 #include <pyx/variant/ExternalVariantStorageInterface.h>
 #include <pyx/variant/IVariantDataRefCounted.h>
 #include <pyx/variant/ZVariant.h>

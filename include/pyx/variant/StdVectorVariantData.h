@@ -1,11 +1,13 @@
 // An array that adopts a client's std::vector, so that large data are taken over without a copy.
 #pragma once
 
-#include <pyx/variant/ArrayVariantData.h>
+#include <pyx/variant/ElementOperations.h>
+#include <pyx/variant/IVariantDataRefCounted.h>
 
 #include <algorithm>
 #include <cstdint>
 #include <type_traits>
+#include <typeinfo>
 #include <utility>
 #include <vector>
 
@@ -14,7 +16,7 @@ namespace Quorvane::PYXCORE_PYX::Internal {
 // The shape may outgrow the elements, into the spare capacity of the vector: readers must look at
 // numberAllocatedElements too.
 template <class T>
-class StdVectorVariantData final : public ArrayVariantData<T> {
+class StdVectorVariantData final : public IVariantDataRefCounted {
     static_assert(!std::is_same_v<T, bool>, "std::vector<bool> has no bool elements in memory: copy them instead.");
 
 public:
@@ -33,17 +35,32 @@ public:
     std::uint64_t numberAllocatedElements() const override { return elements.size(); }
     ArrayDimensionsView dimensions() const override { return dimensions_; }
     DataOrdering dataOrdering() const override { return ordering; }
+    bool isScalarStorage() const override { return false; }
+    WellKnownType wellKnownDataType() const override { return ElementOperations<T>::type; }
+    const std::type_info* storedTypeInfo() const override { return &typeid(T); }
+    CustomTypeOperations* customTypeOperations() const override { return ElementOperations<T>::customTypeOperations(); }
+
+    IVariantData* reorderData(DataOrdering wanted) override { return reorderArray<T>(*this, wanted); }
 
     void reshapeNoRealloc(ArrayDimensionsView wanted) override {
         if (wanted == dimensions()) {
             return;
         }
-        this->requireOneReference();
+        requireOneReference();
         // Deliberately the capacity and not the size: a client may adopt a vector with spare room and fill it later.
         if (wanted.elementCount() > elements.capacity()) {
-            this->throwDoesNotFit();
+            throwDoesNotFit();
         }
         dimensions_ = wanted.toVector();
+    }
+
+    IVariantData* reshapeToZVariant(IVariantData* source, ArrayDimensionsView wanted,
+                                    DataOrdering wantedOrdering) override {
+        return ElementOperations<T>::rebuild(source, wanted, wantedOrdering);
+    }
+
+    IVariantData* convertDataTo(WellKnownType target, ConversionMode mode) override {
+        return ElementOperations<T>::convertArray(*this, target, mode);
     }
 
     const void* constStoredData() const override { return elements.data(); }

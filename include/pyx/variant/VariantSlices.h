@@ -88,9 +88,16 @@ public:
         if (!operations.arePlain || overlap(value, values, operations.elementSize)) {
             values = copyElements<T>(values, slice.sliceDimensions(), operations);
         }
+        // Held where a move may fail half-way: the value is written in a copy of its data then, and gets these back.
+        Variant former = operations.scatterCannotFail ? Variant() : value;
         void* const target = value.storage_.mutableStoredData();
-        // Only the elements of the copy are moved, all others are read.
-        operations.scatter(const_cast<void*>(values.storage_.constStoredData()), slice, target);
+        try {
+            // Only the elements of the copy are moved, all others are read.
+            operations.scatter(const_cast<void*>(values.storage_.constStoredData()), slice, target);
+        } catch (...) {
+            value = std::move(former);
+            throw;
+        }
     }
 
     // The place in storage of the element at the indices; 0 where a value without dimensions has none.

@@ -1,7 +1,8 @@
 // An array whose object and elements are one allocation: what every operation of the library makes.
 #pragma once
 
-#include <pyx/variant/ArrayVariantData.h>
+#include <pyx/variant/ElementOperations.h>
+#include <pyx/variant/IVariantDataRefCounted.h>
 #include <pyx/variant/OwnedData.h>
 #include <pyx/variant/array_memory.h>
 
@@ -12,6 +13,7 @@
 #include <memory>
 #include <new>
 #include <type_traits>
+#include <typeinfo>
 #include <vector>
 
 namespace Quorvane::PYXCORE_PYX::Internal {
@@ -20,7 +22,7 @@ namespace Quorvane::PYXCORE_PYX::Internal {
 // shape may become smaller, and what it then hides is kept. The object has all the alignment that an allocation has,
 // and so do the elements: vectors of them that straddle cache lines cost a fifth of the time of a conversion.
 template <class T>
-class alignas(__STDCPP_DEFAULT_NEW_ALIGNMENT__) VectorVariantData final : public ArrayVariantData<T> {
+class alignas(__STDCPP_DEFAULT_NEW_ALIGNMENT__) VectorVariantData final : public IVariantDataRefCounted {
 public:
     using Owned = OwnedData<VectorVariantData>;
 
@@ -74,21 +76,36 @@ public:
     std::uint64_t numberAllocatedElements() const override { return numberAllocatedElements_; }
     ArrayDimensionsView dimensions() const override { return dimensions_; }
     DataOrdering dataOrdering() const override { return ordering; }
+    bool isScalarStorage() const override { return false; }
+    WellKnownType wellKnownDataType() const override { return ElementOperations<T>::type; }
+    const std::type_info* storedTypeInfo() const override { return &typeid(T); }
+    CustomTypeOperations* customTypeOperations() const override { return ElementOperations<T>::customTypeOperations(); }
+
+    IVariantData* reorderData(DataOrdering wanted) override { return reorderArray<T>(*this, wanted); }
 
     void reshapeNoRealloc(ArrayDimensionsView wanted) override {
         if (wanted == dimensions()) {
             return;
         }
-        this->requireOneReference();
+        requireOneReference();
         // The limit on the rank is deliberate and this class's alone: its list of dimensions never grows.
         if (wanted.elementCount() > numberAllocatedElements_ || wanted.size() > dimensions_.size()) {
-            this->throwDoesNotFit();
+            throwDoesNotFit();
         }
         // The view may look at a part of this very list.
         if (!wanted.empty()) {
             std::memmove(dimensions_.data(), wanted.begin(), wanted.size() * sizeof(std::uint64_t));
         }
         dimensions_.resize(wanted.size());
+    }
+
+    IVariantData* reshapeToZVariant(IVariantData* source, ArrayDimensionsView wanted,
+                                    DataOrdering wantedOrdering) override {
+        return ElementOperations<T>::rebuild(source, wanted, wantedOrdering);
+    }
+
+    IVariantData* convertDataTo(WellKnownType target, ConversionMode mode) override {
+        return ElementOperations<T>::convertArray(*this, target, mode);
     }
 
     const void* constStoredData() const override { return elements(); }

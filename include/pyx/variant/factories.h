@@ -72,9 +72,9 @@ PYXCORE_API IVariantData* constructVariantExternal(ExternalVariantStorageInterfa
 // A new array that shows the storage of `data`, which must be counted, as the other kind of numbers: the length of the
 // fastest dimension is halved, rounded down, or doubled. The data must be real or complex as the name says, which is
 // not tested: the elements of the result must not be read otherwise. A new reference, in place of that on `data`, which
-// is taken over also when it fails: with std::invalid_argument "Cannot create a view of data without dimensions." or
-// std::bad_array_new_length. Only a failure with std::bad_alloc itself, when there is no memory for the view, leaves it
-// with the caller.
+// is taken over also when it fails: with std::invalid_argument "Cannot create a view of data without dimensions.",
+// std::bad_array_new_length where memory runs out, or what a client's storage raises. Only a failure with
+// std::bad_alloc itself, when there is no memory for the view, leaves it with the caller.
 PYXCORE_API IVariantData* constructTransmuteRealToComplexVariant(IVariantData* data);
 PYXCORE_API IVariantData* constructTransmuteComplexToRealVariant(IVariantData* data);
 

@@ -43,7 +43,7 @@ void gatherElements(const void* source, const SliceWalk& walk, void* target) {
 }
 
 // Puts the elements at `source` one after the other to what the walk selects from `target`. Elements that are no plain
-// memory are moved there, so that this does not fail half-way.
+// memory are moved there, which fails half-way only for a class whose move may raise.
 template <class T>
 void scatterElements(void* source, const SliceWalk& walk, void* target) {
     T* from = static_cast<T*>(source);
@@ -76,9 +76,14 @@ struct SliceOperations {
     void (*spread)(const void* source, const SliceWalk& walk, void* target);
     // Whether elements are copied as bytes, which cannot fail.
     bool arePlain;
+    // Whether scatter cannot fail. False in modules that were built with headers before 1.2, which do not tell.
+    bool scatterCannotFail;
     // In bytes.
     std::size_t elementSize;
 };
+
+// Records of such operations cross modules, and the size stands where it stood before.
+static_assert(offsetof(SliceOperations, elementSize) == 32);
 
 // Plain elements of one size are all the same to a slice, and are moved as bytes.
 template <std::size_t size>
@@ -89,7 +94,11 @@ struct PlainElement {
 template <class T>
 constexpr SliceOperations sliceOperationsOf() {
     using Moved = std::conditional_t<std::is_trivially_copyable_v<T>, PlainElement<sizeof(T)>, T>;
-    return {&gatherElements<Moved>, &scatterElements<Moved>, &spreadElement<Moved>, std::is_trivially_copyable_v<T>,
+    return {&gatherElements<Moved>,
+            &scatterElements<Moved>,
+            &spreadElement<Moved>,
+            std::is_trivially_copyable_v<T>,
+            std::is_nothrow_move_assignable_v<T>,
             sizeof(T)};
 }
 
