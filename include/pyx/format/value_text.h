@@ -49,8 +49,8 @@ void writeStrings(const ZVariantGeneric<Storage>& value, std::ostream& out) {
     if constexpr (sharesStandardLibrary) {
         writeElements<std::string>(value, out, write);
     } else {
-        const auto* const strings = static_cast<const PyxString*>(callFlat(
-            [&](AbiErrorRecord* record) { return ZVariantData_C_API_constStoredData(record, value.handle()); }));
+        const auto* const strings =
+            static_cast<const PyxString*>(callFlat<ZVariantData_C_API_constStoredData>(value.handle()));
         writeEach(
             value, out,
             [&](std::uint64_t i) {
