@@ -50,7 +50,7 @@ PYXCORE_LOCAL inline void rethrowAbiError(const AbiErrorRecord& record) {
 // Calls a function of flat form, be it one of another module: hands it a record in front of the arguments, rethrows
 // what it recorded, and otherwise returns its result.
 template <class Function, class... Arguments>
-PYXCORE_LOCAL auto callFlat(Function&& function, Arguments... arguments) {
+PYXCORE_LOCAL PYXCORE_CALLS_OTHER_MODULES auto callFlat(Function&& function, Arguments... arguments) {
     AbiErrorRecord record;
     record.kind = nullptr;
     if constexpr (std::is_void_v<std::invoke_result_t<Function, AbiErrorRecord*, Arguments...>>) {
@@ -61,14 +61,6 @@ PYXCORE_LOCAL auto callFlat(Function&& function, Arguments... arguments) {
         rethrowAbiError(record);
         return result;
     }
-}
-
-// The same for a function of the library. It is called by its name: the type of a pointer to it differs between modules
-// of two standard libraries, and a sanitizer refuses a call through one.
-template <auto function, class... Arguments>
-PYXCORE_LOCAL auto callFlat(Arguments... arguments) {
-    return callFlat([](AbiErrorRecord* record, Arguments... passed) { return function(record, passed...); },
-                    arguments...);
 }
 
 }  // namespace Internal

@@ -50,7 +50,7 @@ void writeStrings(const ZVariantGeneric<Storage>& value, std::ostream& out) {
         writeElements<std::string>(value, out, write);
     } else {
         const auto* const strings =
-            static_cast<const PyxString*>(callFlat<ZVariantData_C_API_constStoredData>(value.handle()));
+            static_cast<const PyxString*>(callFlat(ZVariantData_C_API_constStoredData, value.handle()));
         writeEach(
             value, out,
             [&](std::uint64_t i) {

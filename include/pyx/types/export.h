@@ -11,6 +11,14 @@
 #define PYXCORE_LOCAL
 #endif
 
+/* For what calls flat functions through pointers: their types name the opaque classes, whose namespace differs between
+ * the kinds of modules below, and a sanitizer of clang++ takes that for another function type. */
+#if defined(__clang__)
+#define PYXCORE_CALLS_OTHER_MODULES __attribute__((no_sanitize("function")))
+#else
+#define PYXCORE_CALLS_OTHER_MODULES
+#endif
+
 #ifdef __cplusplus
 #include <cstddef> /* tells the standard library */
 

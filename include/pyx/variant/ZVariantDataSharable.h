@@ -45,7 +45,7 @@ public:
 
     ZVariantDataSharable(const ZVariantDataSharable& other) : variantData(other.variantData) {
         if (variantData != nullptr) {
-            variantData = callFlat<ZVariantData_C_API_copy>(variantData);
+            variantData = callFlat(ZVariantData_C_API_copy, variantData);
         }
     }
 
@@ -98,7 +98,7 @@ public:
     template <class T>
     static ZVariantDataSharable allocate(ArrayDimensionsView dimensions, DataOrdering ordering) {
         return adopt(
-            callFlat<ZVariantData_C_API_createWithAllocatedArray>(codeOf<T>(), plain(dimensions), plain(ordering)));
+            callFlat(ZVariantData_C_API_createWithAllocatedArray, codeOf<T>(), plain(dimensions), plain(ordering)));
     }
 
     // Takes over a reference; a null handle gives a null value.
@@ -107,31 +107,31 @@ public:
     }
 
     // One more reference on the data, which is borrowed and not null.
-    static ZVariantDataSharable share(IVariantData* data) { return adopt(callFlat<ZVariantData_C_API_copy>(data)); }
+    static ZVariantDataSharable share(IVariantData* data) { return adopt(callFlat(ZVariantData_C_API_copy, data)); }
 
     // Hands the reference to the caller and leaves this moved from.
     IVariantData* release() noexcept { return std::exchange(variantData, nullptr); }
 
     WellKnownType wellKnownDataType() const {
-        return WellKnownType::fromCode(callFlat<ZVariantData_C_API_wellKnownDataType>(variantData));
+        return WellKnownType::fromCode(callFlat(ZVariantData_C_API_wellKnownDataType, variantData));
     }
 
     ArrayDimensionsView dimensions() const {
-        const PyxDimensions dimensions = callFlat<ZVariantData_C_API_dimensions>(variantData);
+        const PyxDimensions dimensions = callFlat(ZVariantData_C_API_dimensions, variantData);
         return {dimensions.lengths, dimensions.count};
     }
 
     DataOrdering dataOrdering() const {
-        return static_cast<DataOrdering>(callFlat<ZVariantData_C_API_dataOrdering>(variantData));
+        return static_cast<DataOrdering>(callFlat(ZVariantData_C_API_dataOrdering, variantData));
     }
 
     std::uint64_t numberAllocatedElements() const {
-        return callFlat<ZVariantData_C_API_numberAllocatedElements>(variantData);
+        return callFlat(ZVariantData_C_API_numberAllocatedElements, variantData);
     }
 
-    bool isScalarStorage() const { return callFlat<ZVariantData_C_API_isScalarStorage>(variantData); }
+    bool isScalarStorage() const { return callFlat(ZVariantData_C_API_isScalarStorage, variantData); }
 
-    const void* constStoredData() const { return callFlat<ZVariantData_C_API_constStoredData>(variantData); }
+    const void* constStoredData() const { return callFlat(ZVariantData_C_API_constStoredData, variantData); }
 
     // The element at a position, which is stored as T.
     template <class T>
@@ -152,49 +152,49 @@ public:
 
     void* mutableStoredData() {
         void* stored = nullptr;
-        variantData = callFlat<ZVariantData_C_API_mutableStoredData>(variantData, &stored);
+        variantData = callFlat(ZVariantData_C_API_mutableStoredData, variantData, &stored);
         return stored;
     }
 
     // A refused conversion gives a null value.
     ZVariantDataSharable convertDataTo(WellKnownType target, ConversionMode mode) const {
         return adopt(
-            callFlat<ZVariantData_C_API_convertDataTo>(variantData, target.code(), static_cast<std::uint32_t>(mode)));
+            callFlat(ZVariantData_C_API_convertDataTo, variantData, target.code(), static_cast<std::uint32_t>(mode)));
     }
 
     void reorder(DataOrdering ordering) {
-        variantData = callFlat<ZVariantData_C_API_reorderData>(variantData, plain(ordering));
+        variantData = callFlat(ZVariantData_C_API_reorderData, variantData, plain(ordering));
     }
 
     void reshapeNoRealloc(ArrayDimensionsView dimensions) {
-        callFlat<ZVariantData_C_API_reshapeNoRealloc>(variantData, plain(dimensions));
+        callFlat(ZVariantData_C_API_reshapeNoRealloc, variantData, plain(dimensions));
     }
 
     ZVariantDataSharable reshaped(ArrayDimensionsView dimensions, DataOrdering ordering) const {
         // The call consumes a reference on its source.
         ZVariantDataSharable source(*this);
-        IVariantData* const result = callFlat<ZVariantData_C_API_reshapeToZVariant>(variantData, source.variantData,
-                                                                                    plain(dimensions), plain(ordering));
+        IVariantData* const result = callFlat(ZVariantData_C_API_reshapeToZVariant, variantData, source.variantData,
+                                              plain(dimensions), plain(ordering));
         source.variantData = nullptr;
         return adopt(result);
     }
 
     // The storage is an object of this module's standard library, which must be the library's.
     static ZVariantDataSharable fromExternal(ExternalVariantStorageInterface& storage) {
-        return adopt(callFlat<ZVariantData_C_API_createWithExternalStorage>(&storage));
+        return adopt(callFlat(ZVariantData_C_API_createWithExternalStorage, &storage));
     }
 
     // Takes the data over into a view of them, also when that fails.
-    ZVariantDataSharable asComplex() && { return viewed<ZVariantData_C_API_constructTransmuteRealToComplexVariant>(); }
-    ZVariantDataSharable asReal() && { return viewed<ZVariantData_C_API_constructTransmuteComplexToRealVariant>(); }
+    ZVariantDataSharable asComplex() && { return viewed(ZVariantData_C_API_constructTransmuteRealToComplexVariant); }
+    ZVariantDataSharable asReal() && { return viewed(ZVariantData_C_API_constructTransmuteComplexToRealVariant); }
 
     // The other data may be held by any policy.
     bool isIdenticalTo(const IVariantData* other) const {
-        return callFlat<ZVariantData_C_API_isIdenticalTo>(variantData, other);
+        return callFlat(ZVariantData_C_API_isIdenticalTo, variantData, other);
     }
 
     bool isEquivalentTo(const IVariantData* other, ConversionMode mode) const {
-        return callFlat<ZVariantData_C_API_isEquivalentTo>(variantData, other, static_cast<std::uint32_t>(mode));
+        return callFlat(ZVariantData_C_API_isEquivalentTo, variantData, other, static_cast<std::uint32_t>(mode));
     }
 
     IVariantData* variantData;
@@ -208,20 +208,20 @@ private:
     }
 
     static ZVariantDataSharable scalarOf(const void* value, std::uint16_t code) {
-        return adopt(callFlat<ZVariantData_C_API_constructScalar>(value, code));
+        return adopt(callFlat(ZVariantData_C_API_constructScalar, value, code));
     }
 
     static ZVariantDataSharable arrayOf(const void* data, std::uint16_t code, std::uint64_t length,
                                         ArrayDimensionsView dimensions, DataOrdering ordering) {
         return adopt(
-            callFlat<ZVariantData_C_API_constructArray>(data, code, length, plain(dimensions), plain(ordering)));
+            callFlat(ZVariantData_C_API_constructArray, data, code, length, plain(dimensions), plain(ordering)));
     }
 
     static PyxDimensions plain(ArrayDimensionsView dimensions) { return {dimensions.begin(), dimensions.size()}; }
     static std::uint32_t plain(DataOrdering ordering) { return static_cast<std::uint32_t>(ordering); }
 
-    template <auto construct>
-    ZVariantDataSharable viewed() {
+    PYXCORE_CALLS_OTHER_MODULES ZVariantDataSharable viewed(IVariantData* (*construct)(AbiErrorRecord*,
+                                                                                       IVariantData*)) {
         AbiErrorRecord record;
         IVariantData* const view = construct(&record, variantData);
         // Only a view that gets no memory for itself leaves the reference here.
