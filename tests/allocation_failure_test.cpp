@@ -199,12 +199,16 @@ struct Values {
     Value digits = numbers.convertTo(WellKnownType::string, byText);
     Value complexNumbers = Value::fromData({std::complex<double>(1, 2), std::complex<double>(3, 4)}, {1, 2});
     std::vector<IndexSet> corners{IndexSet(0, last), IndexSet(last)};
+    Value pairs = numbers.asComplex();
     ExternalBuffer<string, Value> buffer{texts, {2, 2}};
     Value shown = buffer.value();
 
     auto parts() const {
         const bool isShown = shown.template data<string>() == buffer.data();
-        return std::tuple_cat(std::tie(text, words, numbers, digits, complexNumbers, shown), std::tuple(isShown));
+        const bool isView =
+            static_cast<const void*>(pairs.template data<std::complex<double>>()) == numbers.template data<double>();
+        return std::tuple_cat(std::tie(text, words, numbers, digits, complexNumbers, pairs, shown),
+                              std::tuple(isView, isShown));
     }
 };
 
@@ -264,6 +268,7 @@ TYPED_TEST(ExhaustedMemoryFor, WritingAndSlicing) {
     sweep<V>("text to a slice", [](V& v) { v.words.assignSlice(v.corners, v.text); });
     sweep<V>("texts to a slice", [](V& v) { v.words.assignSlice({all, 1}, v.words.slice({all, 0})); });
     sweep<V>("numbers to a slice", [](V& v) { v.numbers.assignSlice({all, 1}, Value::fromData({7, 8}, {2, 1})); });
+    sweep<V>("number to a view", [](V& v) { v.pairs.assignSlice(v.corners, 7); });
     sweep<V>("texts to themselves", [](V& v) { v.words.assignSlice({all, all}, v.words); });
     sweep<V>("texts to a shared slice", [](V& v) {
         Value shared = v.words;

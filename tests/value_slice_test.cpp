@@ -6,8 +6,10 @@
 #include <pyx/properties/PropertyPath.h>
 #include <pyx/variant/ExternalVariantStorageInterface.h>
 
+#include <functional>
 #include <new>
 #include <stdexcept>
+#include <utility>
 #include <vector>
 
 namespace Quorvane::Pyx {
@@ -176,6 +178,7 @@ TEST(Slices, NothingHappensUnlessEveryCheckPasses) {
     EXPECT_RAISES(Invalid, "Cannot write data of shape [] to a slice of shape [1, 1].",
                   grid.assignSlice({0, 0}, ZVariant()));
     EXPECT_RAISES(std::out_of_range, "Index value out-of-range", grid.assignFlatSlice(6, 1));
+    EXPECT_RAISES(std::out_of_range, "Indices out of bounds.", ZVariant::allocate<int>({}).assignElement({}, 1));
     EXPECT_RAISES(Invalid, "The step of an index range must not be 0.", grid.flatSlice(seq(0, 1, 0)));
     EXPECT_RAISES(Invalid, "invalid UseDataOrdering", grid.slice({0, 0}, static_cast<UseDataOrdering>(3)));
     EXPECT_EQ(std::as_const(grid).data<int>(), sixNumbers.data<int>());
@@ -187,14 +190,13 @@ TEST(Slices, NothingHappensUnlessEveryCheckPasses) {
     EXPECT_THAT(elementsOf<int>(sixNumbers), ElementsAre(0, 1, 2, 3, 4, 5));
 }
 
-// A class whose copies fail when they are told to.
+// A class whose copies fail when they are told to. It has no moves.
 struct Fragile {
     static inline int copiesLeft = -1;
 
     Fragile() = default;
     explicit Fragile(int number) : value(number) {}
-    Fragile(Fragile&&) = default;
-    Fragile& operator=(Fragile&&) = default;
+    void operator&() const = delete;
     Fragile(const Fragile& other) { *this = other; }
     Fragile& operator=(const Fragile& other) {
         if (copiesLeft-- == 0) {
@@ -209,17 +211,31 @@ struct Fragile {
 };
 
 TEST(Slices, AWriteThatFailsHalfWayChangesNothing) {
-    ZVariant target = ZVariant::fromData({Fragile(1), Fragile(2), Fragile(3)});
+    const ZVariant original = ZVariant::fromData({Fragile(1), Fragile(2), Fragile(3)});
+    ZVariant target = original;
     const ZVariant values = ZVariant::fromData({Fragile(7), Fragile(8), Fragile(9)});
-    for (const ZVariant& source : {values, ZVariant::fromCustom(Fragile(7))}) {
-        Fragile::copiesLeft = 2;
-        EXPECT_THROW(target.assignSlice({all}, source), std::bad_alloc);
-        Fragile::copiesLeft = -1;
-        EXPECT_EQ(target.element<Fragile>({0}), Fragile(1));
-        EXPECT_EQ(target.element<Fragile>({1}), Fragile(2));
+    const std::function<void()> writes[] = {[&] { target.assignSlice({all}, values); },
+                                            [&] {
+                                                target.assignFlatSlice({0, 2}, ZVariant::fromCustom(Fragile(4)));
+                                            },
+                                            [&] { target.assignElement<Fragile>({1}, Fragile(5)); }};
+    for (const auto& write : writes) {
+        const ZVariant before = target;
+        bool fails = true;
+        for (int passing = 0; fails; ++passing) {
+            Fragile::copiesLeft = passing;
+            try {
+                write();
+                fails = false;
+            } catch (const std::bad_alloc&) {
+                // Nor has it ended the sharing.
+                EXPECT_EQ(std::as_const(target).data<Fragile>(), before.data<Fragile>()) << passing;
+            }
+            Fragile::copiesLeft = -1;
+        }
     }
-    target.assignSlice({all}, values);
-    EXPECT_EQ(target.element<Fragile>({2}), Fragile(9));
+    EXPECT_EQ(target, ZVariant::fromData({Fragile(4), Fragile(5), Fragile(4)}));
+    EXPECT_EQ(original, ZVariant::fromData({Fragile(1), Fragile(2), Fragile(3)}));
 }
 
 // What a shape promises and the storage does not have is not reached, also where the offsets wrap: 0, 2^63 + 1 and 2.

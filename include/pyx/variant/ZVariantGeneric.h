@@ -400,11 +400,12 @@ public:
     void assignElement(const std::vector<std::uint64_t>& indices, typename Internal::ElementTag<T>::type value) {
         using Element = Internal::StoredElement<T>;
         const std::uint64_t position = Slices::positionOf(*this, indices);
-        if constexpr (Storage::template readsInPlace<Element>) {
+        // A move that may fail must not end the sharing of the data, which a slice sees to.
+        if constexpr (Storage::template readsInPlace<Element> && std::is_nothrow_move_assignable_v<Element>) {
             mutableElementAt<Element>(position) = std::move(value);
         } else {
             checkAccess<Element>(position);
-            assignElement(indices, ZVariantGeneric(std::move(value)));
+            assignElement(indices, ZVariantGeneric(Storage::fromScalar(std::move(value))));
         }
     }
 
