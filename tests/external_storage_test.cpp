@@ -9,6 +9,7 @@
 #include <memory>
 #include <stdexcept>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace Quorvane::Pyx::Internal {
@@ -22,22 +23,24 @@ constexpr auto column = DataOrdering::ColumnMajor;
 // Six column-major elements, and what they are told to be.
 template <class T>
 struct Client final : ExternalVariantStorageInterface {
-    std::uint64_t numberAllocatedElements() const override { return count; }
+    std::uint64_t numberAllocatedElements() const override { return asked += 'n', count; }
     ArrayDimensionsView dimensions() const override {
+        asked += 's';
         if (fails) {
             throw std::domain_error("no shape today");
         }
         return shape;
     }
     DataOrdering dataOrdering() const override {
-        if (isExhausted) {
-            throw std::bad_alloc();
+        asked += 'o';
+        if (exhaust != nullptr) {
+            exhaust();
         }
         return column;
     }
-    WellKnownType wellKnownDataType() const override { return type; }
+    WellKnownType wellKnownDataType() const override { return asked += 't', type; }
     void reshapeNoRealloc(ArrayDimensionsView wanted) override { shape = wanted.toVector(); }
-    const void* constStoredData() const override { return elements.get(); }
+    const void* constStoredData() const override { return asked += 'd', elements.get(); }
     void* mutableStoredData() override { return elements.get(); }
     void adaptorDestroyed() override { ++destroyed; }
 
@@ -46,8 +49,20 @@ struct Client final : ExternalVariantStorageInterface {
     Shape shape{2, 3};
     WellKnownType type = ElementTraits<T>::code;
     bool fails = false;
-    bool isExhausted = false;
+    void (*exhaust)() = nullptr;
     int destroyed = 0;
+    // What was asked: number, shape, ordering, type and data.
+    mutable std::string asked;
+};
+
+// An int for those who know it.
+struct Number {
+    int value;
+    bool operator==(const Number& other) const { return value == other.value; }
+};
+
+struct OwnExhaustion : std::bad_alloc {
+    const char* what() const noexcept override { return "no room"; }
 };
 
 OwnedData<> show(ExternalVariantStorageInterface& client) {
@@ -115,8 +130,16 @@ TEST(ExternalStorage, IsAskedAfreshEveryTime) {
     EXPECT_EQ(element<double>(converted, 7), 70);
     const OwnedData<> pairs(constructTransmuteRealToComplexVariant(show(client).release()));
     EXPECT_EQ(pairs->dimensions(), ArrayDimensionsView({2, 2}));
+    // In a fixed order, which clients see.
+    client.asked.clear();
+    const OwnedData<> copy(data->convertDataTo(WellKnownType::int32, ConversionMode::Cast));
+    EXPECT_EQ(std::exchange(client.asked, ""), "osdtn");
+    data->copy();
+    const OwnedData<> unique(data->makeUnique());
+    EXPECT_EQ(std::exchange(client.asked, ""), "osndt");
     // That adaptor is the one that is served now. The other one tells when it goes.
     client.detachCallback();
+    EXPECT_EQ(client.asked, "tosdtn");
     client.elements[7] = 71;
     EXPECT_EQ(element<int>(pairs, 7), 70);
     EXPECT_EQ(element<int>(data, 7), 71);
@@ -140,6 +163,10 @@ TEST(ExternalStorage, FailsAsItsTypeAndShapeAsk) {
         EXPECT_RAISES(std::runtime_error, text, client.detachCallback());
         data->destruct();
     }
+    // The class is not told, so the elements pass by their code.
+    client.type = WellKnownType::customType;
+    ScalarVariantDataRefCounted<Number> number(Number{});
+    EXPECT_EQ(element<Number>(OwnedData<>(number.reshapeToZVariant(data.get(), {6}, row)), 5), Number{6});
     client.type = WellKnownType::int32;
     client.count = 5;
     data->copy();
@@ -160,12 +187,17 @@ TEST(ExternalStorage, FailsAsItsTypeAndShapeAsk) {
     EXPECT_RAISES(std::runtime_error, "no shape today", ZVariantAbi::fromExternal(client).dimensions());
     EXPECT_EQ(client.destroyed, 1);
 
-    // A view has taken the value over by the time the client fails, whatever the client calls that.
+    // A view has taken the value over by the time the client fails. Only plain exhaustion gets another name, and only
+    // where the view is made.
     client.fails = false;
     client.shape = {2, 2};
-    client.isExhausted = true;
+    const ZVariant view = ZVariant::fromExternal(client).asComplex();
+    client.exhaust = [] { throw std::bad_alloc(); };
+    EXPECT_RAISES(std::bad_alloc, std::bad_alloc().what(), view.convertTo(WellKnownType::complexFloat));
     EXPECT_THROW((void)ZVariant::fromExternal(client).asComplex(), std::bad_array_new_length);
-    EXPECT_EQ(client.destroyed, 2);
+    client.exhaust = [] { throw OwnExhaustion(); };
+    EXPECT_RAISES(OwnExhaustion, "no room", ZVariant::fromExternal(client).asComplex());
+    EXPECT_EQ(client.destroyed, 3);
 }
 
 TEST(ExternalStorageDeathTest, EndsTheProcessBeforeItWritesTooMuch) {

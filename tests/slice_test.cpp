@@ -32,6 +32,15 @@ struct PastTheEnd : IndexItem {
     std::unique_ptr<IndexItem> clone() const override { return std::make_unique<PastTheEnd>(); }
 };
 
+// Gives its set a copy, which gives no further one.
+struct CopiedOnce : PastTheEnd {
+    explicit CopiedOnce(bool isInSet = false) : fails(isInSet) {}
+    std::unique_ptr<IndexItem> clone() const override {
+        return fails ? throw std::domain_error("copied") : std::make_unique<CopiedOnce>(true);
+    }
+    const bool fails;
+};
+
 struct WithoutCopy : PastTheEnd {
     std::unique_ptr<IndexItem> clone() const override { return nullptr; }
 };
@@ -147,6 +156,11 @@ TEST(SliceFlattener, ChecksComeInTheirOrder) {
     EXPECT_RAISES(std::out_of_range, outOfRange, flat(6, {2, 3}, unknownWalk));
     EXPECT_RAISES(Invalid, invalidWalk, flat(1, {2}, unknownWalk));
     EXPECT_RAISES(std::out_of_range, outOfRange, flat(PastTheEnd(), {2, 3}, walkData));
+    // Copies of a client's items are asked, never the items.
+    const IndexSet copiedOnce((CopiedOnce()));
+    EXPECT_THROW(slice({0, copiedOnce}, {2, 3}, walkData), std::domain_error);
+    EXPECT_THROW(flat(copiedOnce, {2, 3}, walkData), std::domain_error);
+    EXPECT_THROW((void)copiedOnce.uniqueIndices(3), std::domain_error);
     constexpr auto large = std::uint64_t{1} << 32;
     EXPECT_THROW(slice({all, seq(0, large / 4 - 1)}, {large, large}, walkData), std::bad_alloc);
     // More combinations than can be counted: deliberately as many as the wrapped product, here none.

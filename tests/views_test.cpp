@@ -112,6 +112,8 @@ TEST(Views, ReadNothingThatIsNotThere) {
     EXPECT_EQ(twice->numberAllocatedElements(), 8u);
     EXPECT_THAT(plainElements<int>(uniqueOf(twice)), ElementsAre(1, 2, 3, 4, 0, 0, 0, 0));
     EXPECT_THAT(plainElements<int>(OwnedData<>(twice->reorderData(column))), ElementsAre(1, 0, 2, 0, 3, 0, 4, 0));
+    EXPECT_THAT(plainElements<int>(OwnedData<>(arrayOf<int>({1})->reshapeToZVariant(twice.get(), {6}, row))),
+                ElementsAre(1, 2, 3, 4, 0, 0));
     const OwnedData<> texts(realView(arrayOf<std::string>({2}).release()));
     EXPECT_THAT(plainElements<std::string>(uniqueOf(texts)),
                 ElementsAre(nthElement<std::string>(0), nthElement<std::string>(1), "", ""));
