@@ -13,6 +13,8 @@ namespace {
 struct Point {
     double x = 0;
     double y = 0;
+    // Nothing may ask for an element's address in this way.
+    void operator&() const = delete;
     friend bool operator==(const Point& left, const Point& right) { return left.x == right.x && left.y == right.y; }
 };
 
@@ -32,6 +34,15 @@ constexpr const char* conflictText = "The proposed addition conflicts with a pre
 
 PropertyPath decodedPath(PropertyList segments) {
     return decodeCustomType({"PropertyPath", PropertyMap{{"path", std::move(segments)}}}).elementAt<PropertyPath>(0);
+}
+
+template <class T>
+ZVariant promised() {
+    std::vector<T> room;
+    room.reserve(3);
+    ZVariant grown = ZVariant::fromVector(std::move(room));
+    grown.reshapeNoRealloc({3});
+    return grown;
 }
 
 template <class T>
@@ -57,6 +68,12 @@ TYPED_TEST(CustomElementsTo, EveryTypeAreDefaultsOrRefused) {
     EXPECT_EQ(defaults.template elementAt<T>(2), T{});
     EXPECT_TRUE(convert(points, ConversionMode::Cast).isNull());
     EXPECT_TRUE(convert(ZVariant::allocate<Point>({0, 2})).isNull());
+    // Elements that a shape promises and the storage does not have are defaults, of every class.
+    EXPECT_EQ(convert(promised<Point>()).elementCount(), 3u);
+    if constexpr (!std::is_same_v<T, bool>) {
+        const WellKnownType other = target == WellKnownType::string ? WellKnownType::double_ : WellKnownType::string;
+        EXPECT_EQ(promised<T>().convertTo(other, ConversionMode::Exact).elementCount(), 3u);
+    }
 }
 
 TEST(CustomTypes, ScalarsAndArraysGoToTreesAndBack) {
@@ -98,6 +115,13 @@ TEST(CustomTypes, NamesAndClassesAreTakenOnce) {
         EXPECT_THROW(encodeCustomType(ZVariant::fromCustom(Other{})), std::bad_function_call);
     }
     EXPECT_RAISES(std::runtime_error, notEncoded, encodeCustomType(point));
+    {
+        const CustomTypeRegistration<Point> replaced("Point", toMap, fromMap);
+        EXPECT_TRUE(Internal::unregisterCustomTypeCodec(typeid(Point)));
+        registerCustomType<Point>("Point", toMap, fromMap);
+    }
+    // The registration has not removed what took its place.
+    EXPECT_TRUE(Internal::unregisterCustomTypeCodec(typeid(Point)));
     EXPECT_TRUE(Internal::unregisterCustomTypeCodec(typeid(Other)));
     EXPECT_FALSE(Internal::unregisterCustomTypeCodec(typeid(Other)));
     // A failed registration does not unregister what stands.

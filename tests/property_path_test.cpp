@@ -20,7 +20,12 @@ TEST(PropertyPath, IsASequenceOfNamesAndPositions) {
     EXPECT_EQ(path.parent(), built);
     EXPECT_NE(built, path);
     EXPECT_EQ(PropertyPath(), PropertyPath{});
-    EXPECT_NE(PropertyPath{"0"}, PropertyPath{0});
+    // A name is found by its address, which is no index.
+    const auto address = reinterpret_cast<std::uintptr_t>(InternedString("a").view().data());
+    for (const PropertyPathSegment other : {PropertyPathSegment(address), PropertyPathSegment("b")}) {
+        EXPECT_NE(PropertyPath{"a"}, PropertyPath{other});
+    }
+    EXPECT_NE(PropertyPath{0}, PropertyPath{1});
     EXPECT_TRUE(path[0].isName() && path.at(1).isIndex());
     EXPECT_EQ(path[2].name(), InternedString("b"));
     EXPECT_EQ(path[1].index(), 3u);

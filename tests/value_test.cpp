@@ -132,6 +132,22 @@ TYPED_TEST(Values, VectorsAreCopied) {
     EXPECT_THROW((void)TypeParam::fromData(flags, {2}), std::length_error);
 }
 
+// An element that holds a value.
+struct Holder {
+    ZVariant held;
+    bool operator==(const Holder& other) const { return held == other.held; }
+};
+
+// Whose data end when it is assigned to.
+TEST(ZVariant, CanBeAssignedFromInsideItsData) {
+    for (const ZVariant& inner : {ZVariant(1.5), ZVariant("a text that needs a buffer of its own"),
+                                  ZVariant::fromData({1, 2, 3}), ZVariant()}) {
+        ZVariant outer = ZVariant::fromData({Holder(), Holder{inner}});
+        outer = std::move(outer.mutableElementAt<Holder>(1).held);
+        EXPECT_EQ(outer, inner);
+    }
+}
+
 TEST(ZVariant, AdoptsVectorsAndKeepsScalarsInline) {
     std::vector<double> samples{1, 2, 3, 4};
     const double* const storage = samples.data();
