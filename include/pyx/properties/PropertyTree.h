@@ -120,7 +120,12 @@ class PropertyNode {
 public:
     PropertyNode() = default;
     PropertyNode(const PropertyNode&) = default;
-    PropertyNode(PropertyNode&&) noexcept = default;
+    // Moves no content where there is none: g++ 12 warns, wrongly, of what a temporary null would move.
+    PropertyNode(PropertyNode&& other) noexcept {
+        if (!other.isNull()) {
+            content_ = std::move(other.content_);
+        }
+    }
     // By value: what is assigned may be a part of what it replaces.
     PropertyNode& operator=(PropertyNode other) noexcept {
         content_ = std::move(other.content_);
