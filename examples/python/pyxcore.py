@@ -14,11 +14,22 @@ import os
 
 import numpy as np
 
-__all__ = ["DURATION", "ELEMENT_TYPES", "TIME_POINT", "Variant"]
+__all__ = ["DURATION", "ELEMENT_TYPES", "TIME_POINT", "Record", "Variant", "flat_function"]
+
+# The first that fits names the kind of a failure. A record points at the text, so it stays.
+_KINDS = ((MemoryError, b"bad_alloc"), (LookupError, b"out_of_range"), (ValueError, b"invalid_argument"),
+          (Exception, b"runtime_error"))
 
 
-class _Record(ctypes.Structure):
+class Record(ctypes.Structure):
+    """What a function of flat form fills when it fails."""
+
     _fields_ = [("kind", ctypes.c_char_p), ("message", ctypes.c_char * 200)]
+
+    def fill(self, error):
+        """Records a failure of a function that was written in Python."""
+        self.kind = next(kind for known, kind in _KINDS if isinstance(error, known))
+        self.message = str(error).encode()[:199]
 
 
 class _Dimensions(ctypes.Structure):
@@ -43,14 +54,13 @@ _EXCEPTIONS = {
 }
 
 
-def _flat_function(library, name, result, *arguments):
-    """A flat function that raises what its record tells."""
-    function = getattr(library, "ZVariantData_C_API_" + name)
-    function.restype, function.argtypes = result, (ctypes.POINTER(_Record), *arguments)
+def flat_function(function, result, *arguments):
+    """A function of flat form that raises what its record tells; the arguments are those behind the record."""
+    function.restype, function.argtypes = result, (ctypes.POINTER(Record), *arguments)
 
     @functools.wraps(function)
     def call(*values):
-        record = _Record()
+        record = Record()
         outcome = function(record, *values)
         if record.kind is not None:
             raise _EXCEPTIONS.get(record.kind, RuntimeError)(record.message.decode(errors="replace"))
@@ -66,7 +76,10 @@ class _Library:
         count, shape, pointer, flag = ctypes.c_uint64, _Dimensions, ctypes.c_void_p, ctypes.c_bool
         self.construct_null = library.ZVariantData_C_API_constructNull
         self.construct_null.restype = handle
-        declare = functools.partial(_flat_function, library)
+
+        def declare(name, result, *arguments):
+            return flat_function(getattr(library, "ZVariantData_C_API_" + name), result, *arguments)
+
         self.construct_scalar = declare("constructScalar", handle, pointer, code)
         self.construct_array = declare("constructArray", handle, pointer, code, count, shape, word)
         self.copy = declare("copy", handle, handle)
@@ -161,13 +174,24 @@ class Variant:
         del kept
 
     @classmethod
-    def _adopt(cls, handle):
+    def adopt(cls, handle):
+        """The value of a handle, whose reference it takes over."""
         variant = cls.__new__(cls)
         variant._handle = handle
         return variant
 
+    @classmethod
+    def share(cls, handle):
+        """The value of a handle that stays its owner's; shares the data."""
+        return cls.adopt(_library.copy(handle))
+
+    def release(self):
+        """Hands the handle to the caller, who ends it by destruct; the value must not be used any more."""
+        handle, self._handle = self._handle, None
+        return handle
+
     def __copy__(self):
-        return Variant._adopt(_library.copy(self._handle))
+        return Variant.adopt(_library.copy(self._handle))
 
     def __del__(self):
         handle = getattr(self, "_handle", None)
@@ -250,7 +274,7 @@ class Variant:
         handle = _library.convert(self._handle, _code_of(element_type), _MODES[mode])
         if handle is None:
             raise TypeError(f"Cannot convert {self.element_type} to {element_type} in the mode {mode}.")
-        return Variant._adopt(handle)
+        return Variant.adopt(handle)
 
     def reordered(self, order):
         """The same values stored row-major ("C") or column-major ("F")."""
@@ -275,13 +299,13 @@ class Variant:
         copy = self.__copy__()
         result = call(copy._handle)
         copy._handle = None
-        return Variant._adopt(result)
+        return Variant.adopt(result)
 
     def _view(self, call):
         """As _consume, but the reference is consumed also when the call fails, unless the view itself has no memory."""
         handle = _library.copy(self._handle)
         try:
-            return Variant._adopt(call(handle))
+            return Variant.adopt(call(handle))
         except MemoryError as error:
             if str(error) == "std::bad_alloc":
                 _library.destruct(handle)

@@ -8,7 +8,7 @@ import unittest
 import numpy as np
 
 sys.path.insert(0, os.path.dirname(__file__))
-from pyxcore import DURATION, ELEMENT_TYPES, TIME_POINT, Variant
+from pyxcore import DURATION, ELEMENT_TYPES, TIME_POINT, Record, Variant
 
 
 def samples(name):
@@ -60,6 +60,16 @@ class PyxCore(unittest.TestCase):
         del value
         gc.collect()
         self.assertEqual(view.tolist(), [9] * 4)
+
+    def test_handles_move_between_modules(self):
+        value = Variant(np.arange(4, dtype="i4"))
+        shared = Variant.share(value.release())
+        self.assertEqual(shared.numpy().tolist(), [0, 1, 2, 3])
+        record = Record()
+        for error, kind in ((KeyError("k"), b"out_of_range"), (MemoryError("m" * 300), b"bad_alloc"),
+                            (ValueError("ä"), b"invalid_argument"), (OSError("f"), b"runtime_error")):
+            record.fill(error)
+            self.assertEqual((record.kind, record.message), (kind, str(error).encode()[:199]))
 
     def test_operations(self):
         grid = Variant(np.arange(6.0).reshape(2, 3))
