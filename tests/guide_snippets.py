@@ -109,7 +109,8 @@ def main():
                    for language in ("cpp", "c", "python")}
     failures = ran = 0
     with tempfile.TemporaryDirectory() as work:
-        build = [compiler, "-O0", "-Wall", "-Wextra", "-Werror", *flags, f"-I{ROOT}/include", "-pthread"]
+        build = [compiler, "-O0", "-Wall", "-Wextra", "-Werror", *flags, f"-I{ROOT}/include",
+                 f"-I{ROOT}/examples/plugins", "-pthread"]
         link = [f"-L{library.parent}", "-lPyxCore", f"-Wl,-rpath,{library.parent}"]
         programs = {}
         for language, make, options in (("cpp", cpp_program, ["-xc++", "-std=c++17"]),
