@@ -146,6 +146,46 @@ TEST(FrozenTree, KeepsTheFirstOfEqualKeys) {
     EXPECT_EQ(line(map), "{{'a', 1}}");
 }
 
+TEST(FlatTree, HoldsPathsAndValuesInOrder) {
+    const PropertyNode tree = PropertyMap{
+        {"a/b#c~d", sample()}, {"~list", PropertyList{}}, {"", PropertyMap{}}, {"2", PropertyList{ZVariant()}}};
+    const FlatTree flat = flatten(tree);
+    EXPECT_THAT(flat.paths,
+                testing::ElementsAre("/a~1b~2c~0d/a", "/a~1b~2c~0d/b#0~null", "/a~1b~2c~0d/b#1", "/a~1b~2c~0d/b#2/c",
+                                     "/a~1b~2c~0d/n~null", "/~0list~list", "/~map", "/2#0"));
+    EXPECT_EQ(flat.values[3].data<double>(), tree.at({"a/b#c~d", "b", 2, "c"}).value().data<double>());
+    EXPECT_EQ(listing(unflatten(flat)), listing(tree));
+    EXPECT_EQ(flatten(unflatten(flat)).paths, flat.paths);
+    EXPECT_EQ(line(unflatten(flatten(7))), "7");
+    EXPECT_TRUE(unflatten(flatten(nullptr)).isNull() && unflatten({}).isNull());
+
+    // Paths that are none, contradict each other or are not in order.
+    for (const std::vector<std::string>& paths : std::vector<std::vector<std::string>>{{"a"},
+                                                                                       {"/a~"},
+                                                                                       {"/a~3"},
+                                                                                       {"~0"},
+                                                                                       {"/a~List"},
+                                                                                       {"#1"},
+                                                                                       {"#00"},
+                                                                                       {"#"},
+                                                                                       {"#0", "#2"},
+                                                                                       {"#1", "#0"},
+                                                                                       {"/a", "/a"},
+                                                                                       {"/a", "/a/b"},
+                                                                                       {"/a", "#0"},
+                                                                                       {"#0", "/a"},
+                                                                                       {"", "/a"},
+                                                                                       {"/a~null", "/a"},
+                                                                                       {"/a~null", "/a/b"},
+                                                                                       {"~list", "#0"},
+                                                                                       {"/a~map", "/a/b"},
+                                                                                       {"/a/b", "/c", "/a/d"}}) {
+        EXPECT_THROW((void)unflatten({paths, std::vector<ZVariant>(paths.size(), 1)}), std::invalid_argument)
+            << testing::PrintToString(paths);
+    }
+    EXPECT_RAISES(std::invalid_argument, "A flat tree has as many paths as values.", unflatten({{"/a"}, {}}));
+}
+
 TEST(PropertyTree, WideOnesAreFast) {
     PropertyList list;
     for (int i = 0; i < 1000000; ++i) {

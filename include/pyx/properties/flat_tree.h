@@ -5,6 +5,7 @@
 #include <pyx/types/InternedString.h>
 #include <pyx/variant/ZVariant.h>
 
+#include <algorithm>
 #include <cstddef>
 #include <stdexcept>
 #include <string>
@@ -16,8 +17,7 @@ namespace Quorvane::PYXCORE_PYX {
 
 // The nodes of a tree that have no children, in order: as many paths as values. A path has a step for each level,
 // "/key" or "#position", as in "/sensors#2/gain"; the path of the root is empty. In a key, "~0" stands for '~', "~1"
-// for '/' and
-// "~2" for '#'. A node without a value has a null here, and its path ends in "~null", "~list" or "~map".
+// for '/' and "~2" for '#'. A node without a value has a null here, and its path ends in "~null", "~list" or "~map".
 struct FlatTree {
     std::vector<std::string> paths;
     std::vector<ZVariant> values;
@@ -71,7 +71,7 @@ inline void flattenInto(FlatTree& flat, const std::string& path, const PropertyN
     }
 }
 
-// Reads a path from the front.
+// Reads a path from the front. What is no path is read as some other one.
 class FlatPath {
 public:
     explicit FlatPath(std::string_view path) : path_(path), rest_(path) {}
@@ -102,19 +102,11 @@ private:
             refuse();
         }
         PropertyList& list = node.list();
-        if (digits == std::to_string(list.size())) {
-            return list.append({});
-        }
-        if (list.empty() || digits != std::to_string(list.size() - 1)) {
-            refuse();
-        }
-        return list[list.size() - 1];
+        const bool isPresent = !list.empty() && digits == std::to_string(list.size() - 1);
+        return isPresent ? list[list.size() - 1] : list.append({});
     }
 
     PropertyNode& makeEntry(PropertyNode& node) {
-        if (rest_.front() != '/') {
-            refuse();
-        }
         if (node.isNull()) {
             node = PropertyMap();
         }
@@ -170,18 +162,19 @@ private:
     for (std::size_t i = 0; i < flat.paths.size(); ++i) {
         Internal::FlatPath path(flat.paths[i]);
         PropertyNode& node = path.makeIn(root);
-        if (!node.isNull()) {
-            path.refuse();
-        }
         if (path.ending().empty()) {
             node = flat.values[i];
         } else if (path.ending() == "~list") {
             node = PropertyList();
         } else if (path.ending() == "~map") {
             node = PropertyMap();
-        } else if (path.ending() != "~null") {
-            path.refuse();
         }
+    }
+    // What is no path, contradicts another one or is not in order has given a tree of other paths.
+    const std::vector<std::string> paths = flatten(root).paths;
+    const auto wrong = std::mismatch(flat.paths.begin(), flat.paths.end(), paths.begin(), paths.end()).first;
+    if (wrong != flat.paths.end()) {
+        Internal::FlatPath(*wrong).refuse();
     }
     return root;
 }
