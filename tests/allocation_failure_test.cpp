@@ -240,6 +240,14 @@ TYPED_TEST(ExhaustedMemoryFor, MakingAndConverting) {
     sweep<V>("rebuilding", [](V& v) {
         return std::tuple(v.words.reordered(column), v.numbers.reordered(column), v.words.reshaped({5}));
     });
+    using Other = std::conditional_t<std::is_same_v<Value, ZVariant>, ZVariantAbi, ZVariant>;
+    sweep<V>("other value type",
+             [](V& v) { return std::tuple(Other(v.text), Value(Other(v.longText)), Other(v.words), Other(v.shown)); });
+    sweep<V>("taken over", [](V& v) {
+        const Value needed(v.longText);
+        Other taken(std::move(v.text));
+        v.text = Value(std::move(taken));
+    });
     sweep<V>("equivalence", [](V& v) { orExhausted(v.words.isEquivalentTo(v.words.reordered(column))); });
     sweep<V>("equivalence of numbers", [](V&) {
         const Value other = Value::fromData({1U, 3U, 2U, 4U}, {2, 2}, column);
@@ -457,6 +465,7 @@ TEST(ExhaustedMemory, TreesAndPaths) {
         orExhausted(ConsoleFormatter::serialize(t.tree, out).good());
         return out.str() + printed(t.tree);
     });
+    sweep<T>("flat", [](T& t) { return unflatten(flatten(t.tree)); });
     sweep<T>("paths", [](T& t) {
         return std::tuple(PropertyPath(t.path.begin(), t.path.end()), t.path / "b", t.path.parent());
     });

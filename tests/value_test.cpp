@@ -6,6 +6,7 @@
 #include <limits>
 #include <string>
 #include <type_traits>
+#include <utility>
 #include <vector>
 
 namespace Quorvane::Pyx {
@@ -146,6 +147,56 @@ TEST(ZVariant, CanBeAssignedFromInsideItsData) {
         outer = std::move(outer.mutableElementAt<Holder>(1).held);
         EXPECT_EQ(outer, inner);
     }
+}
+
+// Handles and the other value type: whoever takes a reference over holds it alone, and whoever shares does not.
+TYPED_TEST(Values, MoveToTheOtherValueTypeAndToHandles) {
+    using Other = std::conditional_t<std::is_same_v<TypeParam, ZVariant>, ZVariantAbi, ZVariant>;
+    EXPECT_FALSE((std::is_convertible_v<TypeParam, Other>));
+    auto array = TypeParam::fromData({1., 2., 3., 4.}, {2, 2});
+    Other other(array);
+    EXPECT_EQ(other, array);
+    EXPECT_EQ(other.template data<double>(), array.template data<double>());
+    PyxVariantData* const data = std::move(other).release();
+    EXPECT_FALSE(isUnique(data));
+    array = TypeParam();
+    EXPECT_TRUE(isUnique(data));
+    array = TypeParam(Other::adopt(data));
+    EXPECT_TRUE(isUnique(data));
+    {
+        const Other taken(std::move(array));
+        EXPECT_TRUE(isUnique(data));
+        const ZVariantAbi lending(taken);
+        EXPECT_EQ(lending.handle(), data);
+        EXPECT_FALSE(isUnique(data));
+        array = TypeParam::share(data);
+    }
+    EXPECT_EQ(elementsOf<double>(array), (std::vector<double>{1, 2, 3, 4}));
+    EXPECT_TRUE(isUnique(data));
+
+    // Scalars, wherever they stand, views and a client's memory.
+    const std::string longText(50, 'x');
+    TypeParam text = longText;
+    Other textThere(text);
+    textThere.template mutableElementAt<std::string>(0) = "y";
+    EXPECT_EQ(text.template as<std::string>(), longText);
+    textThere = Other(std::move(text));
+    EXPECT_EQ(textThere.template as<std::string>(), longText);
+    EXPECT_EQ(Other(array.asComplex()).wellKnownDataType(), WellKnownType::complexDouble);
+    std::vector<double> memory{1, 2};
+    ExternalBuffer<double, TypeParam> buffer(memory.data(), {2});
+    const Other shown(buffer.value());
+    memory[0] = 9;
+    EXPECT_EQ(shown.template elementAt<double>(0), 9);
+
+    // Each side keeps its own null, also of a value that was moved from.
+    PyxVariantData* const null = Other().release();
+    for (const TypeParam& nothing : {TypeParam(), std::as_const(text)}) {
+        EXPECT_EQ(Other(nothing).release(), null);
+    }
+    EXPECT_EQ(Other(std::move(text)).release(), null);
+    EXPECT_EQ(Other::adopt(nullptr).release(), null);
+    EXPECT_EQ(TypeParam(std::move(text)).release(), nullptr);
 }
 
 TEST(ZVariant, AdoptsVectorsAndKeepsScalarsInline) {
