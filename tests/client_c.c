@@ -69,6 +69,34 @@ int main(void) {
     CHECK(ZVariantData_C_API_isIdenticalTo(&record, grid, grid));
     CHECK(!ZVariantData_C_API_isEquivalentTo(&record, grid, shared, PyxConversion_cast) && record.kind == NULL);
 
+    /* Strings are read where they stand, and lent to be copied. */
+    char text[5001];
+    memset(text, 'x', sizeof text);
+    text[5000] = '\0';
+    const uint64_t sizes[6] = {0, 1, 15, 16, 41, 5000};
+    PyxString strings[6];
+    for (int i = 0; i < 6; ++i) {
+        strings[i] = PyxString_borrow(text + 5000 - sizes[i], sizes[i]);
+    }
+    PyxVariantData* words =
+        ZVariantData_C_API_constructArray(&record, strings, PyxType_string, 6, none, PyxOrdering_rowMajor);
+    CHECK(record.kind == NULL);
+    const PyxString embedded = PyxString_borrow("d\0e", 3);
+    PyxVariantData* word = ZVariantData_C_API_constructScalar(&record, &embedded, PyxType_string);
+    const PyxString* read = (const PyxString*)ZVariantData_C_API_constStoredData(&record, word);
+    CHECK(read->length == 3 && memcmp(read->data, "d\0e", 4) == 0 && read->data != embedded.data);
+    ZVariantData_C_API_destruct(&record, word);
+    read = (const PyxString*)ZVariantData_C_API_constStoredData(&record, words);
+    for (int i = 0; i < 6; ++i) {
+        CHECK(read[i].length == sizes[i] && strcmp(read[i].data, strings[i].data) == 0);
+        CHECK(read[i].data != strings[i].data);
+    }
+    /* What was read in place can be lent again. */
+    word = ZVariantData_C_API_constructArray(&record, read, PyxType_string, 6, none, PyxOrdering_rowMajor);
+    CHECK(ZVariantData_C_API_isIdenticalTo(&record, word, words));
+    ZVariantData_C_API_destruct(&record, word);
+    ZVariantData_C_API_destruct(&record, words);
+
     /* Failures. */
     CHECK(ZVariantData_C_API_constructTransmuteRealToComplexVariant(&record, ZVariantData_C_API_constructNull()) ==
           NULL);

@@ -11,7 +11,9 @@
 #include <sstream>
 #include <stdexcept>
 #include <string>
+#include <string_view>
 #include <typeinfo>
+#include <utility>
 #include <vector>
 
 using namespace Quorvane::Pyx;
@@ -138,7 +140,21 @@ void stringsCrossTheBoundary() {
     scalar.assignSlice({0}, names[5]);
     CHECK(scalar.isScalarStorage() && *extractSingleValue<std::string>(scalar) == names[5]);
     CHECK(ZVariantAbi(2).convertTo(WellKnownType::string, ConversionMode::CastOrText).as<std::string>() == "2");
+    CHECK(ZVariantAbi("2").as<int>(ConversionMode::CastOrText) == 2);
+    CHECK(ZVariantAbi(std::string_view(names[4])) == ZVariantAbi(names[4]) &&
+          ZVariantAbi("a") == ZVariantAbi(names[1]));
+    CHECK(ZVariantAbi::fromVector(std::vector<std::string>(names), {2, 3}) == before);
+    CHECK(textOf(ZVariantAbi::allocate<std::string>({2})) == "['', '']");
     CHECK(throws<std::invalid_argument>("Wrong data type.", [] { (void)ZVariantAbi(1).element<std::string>({0}); }));
+}
+
+void handlesAreLentAndGiven() {
+    ZVariantAbi value = "a";
+    PyxVariantData* const handle = value.handle();
+    const ZVariantAbi shared = ZVariantAbi::share(handle);
+    CHECK(shared.handle() == handle && std::move(value).release() == handle && value.handle() == nullptr);
+    value = ZVariantAbi::adopt(handle);
+    CHECK(value.handle() == handle && value == shared && ZVariantAbi::adopt(nullptr).isNull());
 }
 
 }  // namespace
@@ -162,10 +178,31 @@ extern "C" PYXCORE_API bool isLengthError(const AbiErrorRecord* record, const ch
     return throws<std::length_error>(text, [&] { Internal::rethrowAbiError(*record); });
 }
 
+// Modules of one kind share classes: what one throws, another one catches.
+extern "C" PYXCORE_API const char* kindOfModule() {
+    return typeid(ZVariantAbi).name();
+}
+
+extern "C" PYXCORE_API void throwDoubled(ZVariantAbi& value) {
+    value = value.as<int>() * 2;
+    throw ZVariantAbi(value);
+}
+
+extern "C" PYXCORE_API bool catchesDoubled(void (*throwDoubledOf)(ZVariantAbi&)) {
+    ZVariantAbi value = 4;
+    try {
+        throwDoubledOf(value);
+    } catch (const ZVariantAbi& thrown) {
+        return thrown == value && value.as<int>() == 8;
+    }
+    return false;
+}
+
 int main() {
     valuesCrossTheBoundary();
     typesHaveNames();
     failuresComeBackAsTheSameExceptions();
     stringsCrossTheBoundary();
+    handlesAreLentAndGiven();
     return failures != 0;
 }

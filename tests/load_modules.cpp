@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <string>
 #include <vector>
 
@@ -36,22 +37,45 @@ void check(const Module& module) {
     require(checkClient != nullptr && checkClient() == 0, "fails beside the others", module);
 }
 
-// A value and a failure of one module in another one; those of the first release have no functions for that.
-void exchange(const Module& from, const Module& to) {
-    auto* const give = from.find<PyxVariantData*(AbiErrorRecord*)>("giveNames");
-    auto* const take = to.find<void(AbiErrorRecord*, PyxVariantData*)>("takeNames");
-    auto* const isLengthError = from.find<bool(const AbiErrorRecord*, const char*)>("isLengthError");
-    if (give == nullptr || take == nullptr) {
+// A value and a failure that a module has made.
+struct Given {
+    PyxVariantData* names = nullptr;
+    AbiErrorRecord failure{};
+};
+
+using TakeNames = void(AbiErrorRecord*, PyxVariantData*);
+
+// Nothing from a module of the first release, which has no functions for that.
+Given give(const Module& from) {
+    Given given;
+    if (auto* const giveNames = from.find<PyxVariantData*(AbiErrorRecord*)>("giveNames")) {
+        given.names = giveNames(&given.failure);
+        require(given.failure.kind == nullptr && given.names != nullptr, "gives nothing", from);
+        from.find<TakeNames>("takeNames")(&given.failure, ZVariantData_C_API_constructNull());
+    }
+    return given;
+}
+
+void take(const Module& to, const Given& given) {
+    auto* const takeNames = to.find<TakeNames>("takeNames");
+    if (given.names == nullptr || takeNames == nullptr) {
         return;
     }
     AbiErrorRecord record;
-    PyxVariantData* const names = give(&record);
-    require(record.kind == nullptr && names != nullptr, "gives nothing", from);
-    take(&record, names);
+    takeNames(&record, given.names);
     require(record.kind == nullptr, record.message, to);
-    ZVariantData_C_API_destruct(&record, names);
-    take(&record, ZVariantData_C_API_constructNull());
-    require(isLengthError(&record, "null"), "does not catch the failure of another module", from);
+    auto* const isLengthError = to.find<bool(const AbiErrorRecord*, const char*)>("isLengthError");
+    require(isLengthError(&given.failure, "null"), "does not catch the failure of another module", to);
+}
+
+// Modules of one kind pass values by reference and catch each other's exceptions by their class.
+void shareClasses(const Module& left, const Module& right) {
+    auto* const leftKind = left.find<const char*()>("kindOfModule");
+    auto* const rightKind = right.find<const char*()>("kindOfModule");
+    if (leftKind != nullptr && rightKind != nullptr && std::strcmp(leftKind(), rightKind()) == 0) {
+        auto* const catches = left.find<bool(void*)>("catchesDoubled");
+        require(catches(dlsym(right.handle, "throwDoubled")), "does not share classes with its kind", left);
+    }
 }
 
 void useTogether(const std::vector<const char*>& paths) {
@@ -63,14 +87,25 @@ void useTogether(const std::vector<const char*>& paths) {
             std::_Exit(1);
         }
     }
+    std::vector<Given> given;
     for (const Module& module : modules) {
         check(module);
+        given.push_back(give(module));
         for (const Module& other : modules) {
-            exchange(module, other);
+            take(other, given.back());
+            shareClasses(module, other);
         }
     }
+    // What a module has made outlives it.
     dlclose(modules.front().handle);
-    std::for_each(modules.begin() + 1, modules.end(), check);
+    for (auto module = modules.begin() + 1; module != modules.end(); ++module) {
+        check(*module);
+        take(*module, given.front());
+    }
+    for (const Given& each : given) {
+        AbiErrorRecord record;
+        ZVariantData_C_API_destruct(&record, each.names);
+    }
 }
 
 // Each combination in a process of its own.

@@ -6,8 +6,13 @@
 #include <pyx/types/dispatch.h>
 #include <pyx/variant/ScalarVariantData.h>
 
+#include <string>
+
 using namespace Quorvane::Pyx;
 using namespace Quorvane::Pyx::Internal;
+
+// Clients read and lend strings as PyxString.
+static_assert(sizeof(PyxString) == sizeof(std::string) && alignof(PyxString) == alignof(std::string));
 
 PyxVariantData* ZVariantData_C_API_constructNull() noexcept {
     // Deliberately another object than the native side's.
