@@ -5,8 +5,13 @@
 
 using namespace Quorvane::Pyx;
 
-const std::string& lend(const ZVariantAbi& value) {
-    return value.elementAt<std::string>(0);
+// One of the operations that would lend a string: their sentence comes once in a file.
+auto lend(ZVariantAbi& value) {
+    return value.LEND;
 }
 PropertyList list;
+FlatTree tree;
 ExternalBuffer<double> buffer;
+struct Storage : ExternalVariantStorageInterface {
+} storage;
+ZVariant direct;

@@ -29,6 +29,15 @@ class PYXCORE_UNAVAILABLE(PYXCORE_TREES_ARE_FOREIGN) PropertyMap {};
 class PYXCORE_UNAVAILABLE(PYXCORE_TREES_ARE_FOREIGN) FPropertyNode {};
 class PYXCORE_UNAVAILABLE(PYXCORE_TREES_ARE_FOREIGN) FPropertyList {};
 class PYXCORE_UNAVAILABLE(PYXCORE_TREES_ARE_FOREIGN) FPropertyMap {};
+struct PYXCORE_UNAVAILABLE(PYXCORE_TREES_ARE_FOREIGN) PropertyMapEntry {};
+struct PYXCORE_UNAVAILABLE(PYXCORE_TREES_ARE_FOREIGN) FPropertyMapEntry {};
+struct PYXCORE_UNAVAILABLE(PYXCORE_TREES_ARE_FOREIGN) FlatTree {};
+struct PYXCORE_UNAVAILABLE(PYXCORE_TREES_ARE_FOREIGN) EncodedCustomTypeValues {};
+// Declared before, so that the constructor has the sentence.
+class ExternalVariantStorageInterface {
+public:
+    PYXCORE_UNAVAILABLE(PYXCORE_BUFFERS_ARE_FOREIGN) ExternalVariantStorageInterface();
+};
 template <class T>
 class CustomTypeRegistration {
     static_assert(sizeof(T) == 0, PYXCORE_TREES_ARE_FOREIGN);
