@@ -160,28 +160,17 @@ TEST(FlatTree, HoldsPathsAndValuesInOrder) {
     EXPECT_TRUE(unflatten(flatten(nullptr)).isNull() && unflatten({}).isNull());
 
     // Paths that are none, contradict each other or are not in order.
-    for (const std::vector<std::string>& paths : std::vector<std::vector<std::string>>{{"a"},
-                                                                                       {"/a~"},
-                                                                                       {"/a~3"},
-                                                                                       {"~0"},
-                                                                                       {"/a~List"},
-                                                                                       {"#1"},
-                                                                                       {"#00"},
-                                                                                       {"#"},
-                                                                                       {"#0", "#2"},
-                                                                                       {"#1", "#0"},
-                                                                                       {"/a", "/a"},
-                                                                                       {"/a", "/a/b"},
-                                                                                       {"/a", "#0"},
-                                                                                       {"#0", "/a"},
-                                                                                       {"", "/a"},
-                                                                                       {"/a~null", "/a"},
-                                                                                       {"/a~null", "/a/b"},
-                                                                                       {"~list", "#0"},
-                                                                                       {"/a~map", "/a/b"},
-                                                                                       {"/a/b", "/c", "/a/d"}}) {
-        EXPECT_THROW((void)unflatten({paths, std::vector<ZVariant>(paths.size(), 1)}), std::invalid_argument)
-            << testing::PrintToString(paths);
+    for (const char* const wrong :
+         {"a",   "/a~",        "/a~3",         "~0",       "/a~List",     "#1",          "#00",
+          "#",   "#0 #2",      "#1 #0",        "/a /a",    "/a /a/b",     "/a #0",       "#0 /a",
+          " /a", "/a~null /a", "/a~null /a/b", "~list #0", "/a~map /a/b", "/a/b /c /a/d"}) {
+        FlatTree broken;
+        std::istringstream paths(wrong);
+        for (std::string path; std::getline(paths, path, ' ');) {
+            broken.paths.push_back(path);
+            broken.values.push_back(1);
+        }
+        EXPECT_THROW((void)unflatten(broken), std::invalid_argument) << wrong;
     }
     EXPECT_RAISES(std::invalid_argument, "A flat tree has as many paths as values.", unflatten({{"/a"}, {}}));
 }
