@@ -230,10 +230,12 @@ private:
         if (holdsShape(allocated, value.dimensions())) {
             return;
         }
-        // One by one, since offsets of a shape whose product wraps go up and down.
+        // One by one, since offsets of a shape whose product wraps go up and down. A copy of a view has as many
+        // elements as that product.
+        const std::uint64_t stored = std::min(allocated, value.elementCount());
         slice.forEachRun([=](const PositionRun& run) {
             for (std::uint64_t i = 0; i < run.count; ++i) {
-                if (run.first + i * run.step >= allocated) {
+                if (run.first + i * run.step >= stored) {
                     throw std::out_of_range("Indices out of bounds.");
                 }
             }
