@@ -12,7 +12,8 @@ using namespace Quorvane::Pyx;
 using namespace Quorvane::Pyx::Internal;
 
 // Clients read and lend strings as PyxString.
-static_assert(sizeof(PyxString) == sizeof(std::string) && alignof(PyxString) == alignof(std::string));
+static_assert(sizeof(PyxString) == sizeof(std::string));
+static_assert(alignof(PyxString) == alignof(std::string));
 
 PyxVariantData* ZVariantData_C_API_constructNull() noexcept {
     // Deliberately another object than the native side's.
