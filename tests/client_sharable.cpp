@@ -4,7 +4,6 @@
 #include <pyx/pyx.h>
 
 #include <complex>
-#include <cstdio>
 #include <iostream>
 #include <limits>
 #include <new>
@@ -50,49 +49,34 @@ bool throws(const char* text, Action action) {
 
 void valuesCrossTheBoundary() {
     ZVariantAbi grid = ZVariantAbi::fromData({0.5, 1.5, 2.5, 3.5, 4.5, 5.5}, {2, 3});
-    CHECK(grid.wellKnownDataType() == WellKnownType::double_);
-    CHECK(grid.dimensions() == ArrayDimensionsView({2, 3}));
-    CHECK(grid.elementAt<double>(4) == 4.5);
+    CHECK(grid.dimensions() == ArrayDimensionsView({2, 3}) && grid.elementAt<double>(4) == 4.5);
     CHECK(textOf(grid.convertTo(WellKnownType::int32)) == "[0, 1, 2, 3, 4, 5]");
-    CHECK(textOf(grid.reordered(DataOrdering::ColumnMajor)) == "[0.5, 3.5, 1.5, 4.5, 2.5, 5.5]");
     const ZVariantAbi columns = grid.convertTo(WellKnownType::float_).reordered(DataOrdering::ColumnMajor);
+    CHECK(textOf(columns) == "[0.5, 3.5, 1.5, 4.5, 2.5, 5.5]");
     CHECK(grid.isEquivalentTo(columns) && !grid.isIdenticalTo(columns) && grid != columns && grid == ZVariantAbi(grid));
     CHECK(textOf(grid.reshaped({2, 2})) == "[0.5, 1.5, 2.5, 3.5]");
     CHECK(textOf(ZVariantAbi(std::complex<float>(1, -2))) == "(1,-2)");
     CHECK(textOf(ZVariantAbi(true)) == "true" && textOf(ZVariantAbi()) == "null");
-    CHECK(ZVariantAbi(3.9).as<long>() == 3);
     CHECK(ZVariantAbi(std::numeric_limits<long>::min()).as<long>() == std::numeric_limits<long>::min());
+    CHECK(textOf(ZVariantAbi::fromData({1., 2., 3., 4.}).asComplex()) == "[(1,2), (3,4)]");
 
+    // Index sets are compiled by the client.
     CHECK(textOf(grid.slice({last, seq(0, last, 2)})) == "[3.5, 5.5]");
     CHECK(textOf(grid.flatSlice({0, lastN(2)}, UseDataOrdering::WalkColumnMajor)) == "[0.5, 2.5, 5.5]");
-    ZVariantAbi zeros = grid;
-    zeros.assignSlice({all, 0}, 0);
-    CHECK(textOf(zeros) == "[0, 1.5, 2.5, 0, 4.5, 5.5]" && zeros.element<double>({1, 1}) == 4.5);
-
     const ZVariantAbi kept = grid;
-    grid.mutableElementAt<double>(0) = 7;
-    CHECK(kept.elementAt<double>(0) == 0.5 && grid.elementAt<double>(0) == 7);
+    grid.assignSlice({all, 0}, 0);
+    grid.mutableElementAt<double>(1) = 7;
+    CHECK(textOf(grid) == "[0, 7, 2.5, 0, 4.5, 5.5]" && grid.element<double>({1, 1}) == 4.5);
     double sum = 0;
     for (const double element : kept.valueRange<double>()) {
         sum += element;
     }
     CHECK(sum == 18);
 
-    const ZVariantAbi pairs = ZVariantAbi::fromData({1., 2., 3., 4.}).asComplex();
-    CHECK(textOf(pairs) == "[(1,2), (3,4)]" && textOf(pairs.convertTo(WellKnownType::int8).asReal()) == "[1, 2, 3, 4]");
-
-    ZVariantAbi moved = std::move(grid);
-    grid = moved;
-    moved = static_cast<ZVariantAbi&>(moved);
-    CHECK(grid.elementAt<double>(0) == 7 && moved.elementAt<double>(0) == 7);
-}
-
-void typesHaveNames() {
     const WellKnownType type("COMPLEXint16");
     std::ostringstream out;
     out << type;
     CHECK(type == WellKnownType::complexInt16 && type.toString() == "complexInt16" && out.str() == "complexInt16");
-    CHECK(WellKnownType::getCommonWellKnownType(type, WellKnownType::int64).toString() == "complexInt64");
 }
 
 void failuresComeBackAsTheSameExceptions() {
@@ -100,16 +84,13 @@ void failuresComeBackAsTheSameExceptions() {
     CHECK(throws<std::runtime_error>(
         "Cannot convert Quorvane::Pyx::ZVariantAbi of type 'double' (size: 6) to 'Quorvane::Pyx::Duration'",
         [&] { (void)grid.convertOrThrow(WellKnownType::duration); }));
-    CHECK(throws<std::length_error>("dimensions do not match data length", [] {
-        ZVariantAbi::fromData({1, 2, 3}, {2, 2});
-    }));
     CHECK(throws<std::invalid_argument>("slice dimensions are out of bounds", [&] { (void)grid.slice({2, all}); }));
     CHECK(throws<std::out_of_range>("Indices out of bounds.", [&] { (void)grid.elementAt<double>(6); }));
     CHECK(throws<std::bad_alloc>(nullptr, [] {
         (void)ZVariantAbi::allocate<double>({std::numeric_limits<std::uint64_t>::max() / sizeof(double)});
     }));
     // A handler that does not match must not stop the search, in whichever runtime that is.
-    CHECK(throws<std::length_error>(nullptr, [] {
+    CHECK(throws<std::length_error>("dimensions do not match data length", [] {
         try {
             ZVariantAbi::fromData({1, 2, 3}, {2, 2});
         } catch (const std::runtime_error&) {
@@ -133,16 +114,11 @@ void stringsCrossTheBoundary() {
     grid.assignElement<std::string>({1, 2}, "y");
     CHECK(textOf(grid) == "['x', 'x', 'x', '', 'a', 'y']" && before.element<std::string>({1, 2}) == names[5]);
     CHECK(textOf(grid.flatSlice(lastN(2)).reordered(DataOrdering::ColumnMajor)) == "['a', 'y']");
-    grid.reshapeNoRealloc({1, 2});
-    grid.assignSlice({0, 1}, "z");
-    CHECK(textOf(grid) == "['x', 'z']" && grid.numberAllocatedElements() == 6);
     ZVariantAbi scalar = "short";
     scalar.assignSlice({0}, names[5]);
     CHECK(scalar.isScalarStorage() && *extractSingleValue<std::string>(scalar) == names[5]);
     CHECK(ZVariantAbi(2).convertTo(WellKnownType::string, ConversionMode::CastOrText).as<std::string>() == "2");
-    CHECK(ZVariantAbi("2").as<int>(ConversionMode::CastOrText) == 2);
-    CHECK(ZVariantAbi(std::string_view(names[4])) == ZVariantAbi(names[4]) &&
-          ZVariantAbi("a") == ZVariantAbi(names[1]));
+    CHECK(ZVariantAbi(std::string_view(names[4])) == ZVariantAbi(names[4]));
     CHECK(ZVariantAbi::fromVector(std::vector<std::string>(names), {2, 3}) == before);
     CHECK(textOf(ZVariantAbi::allocate<std::string>({2})) == "['', '']");
     CHECK(throws<std::invalid_argument>("Wrong data type.", [] { (void)ZVariantAbi(1).element<std::string>({0}); }));
@@ -159,23 +135,15 @@ void handlesAreLentAndGiven() {
 
 }  // namespace
 
-// What modules of one process ask of each other.
-extern "C" PYXCORE_API PyxVariantData* giveNames(AbiErrorRecord* record) {
-    return guardAbiCall(record, [] { return ZVariantAbi::fromData(names).release(); });
+// What modules of one process ask of each other: a value, whose reference stays with the taker's caller, and a failure.
+extern "C" PYXCORE_API PyxVariantData* giveToModule(AbiErrorRecord* failure) {
+    guardAbiCall(failure, [] { throw std::length_error("given"); });
+    return ZVariantAbi::fromData(names).release();
 }
 
-// The reference stays with the caller. Raises what is wrong with the handle.
-extern "C" PYXCORE_API void takeNames(AbiErrorRecord* record, PyxVariantData* handle) {
-    guardAbiCall(record, [&] {
-        const ZVariantAbi given = ZVariantAbi::share(handle);
-        if (given != ZVariantAbi::fromData(names)) {
-            throw std::length_error(textOf(given));
-        }
-    });
-}
-
-extern "C" PYXCORE_API bool isLengthError(const AbiErrorRecord* record, const char* text) {
-    return throws<std::length_error>(text, [&] { Internal::rethrowAbiError(*record); });
+extern "C" PYXCORE_API bool takeFromModule(const AbiErrorRecord* failure, PyxVariantData* handle) {
+    return ZVariantAbi::share(handle) == ZVariantAbi::fromData(names) &&
+           throws<std::length_error>("given", [&] { Internal::rethrowAbiError(*failure); });
 }
 
 // Modules of one kind share classes: what one throws, another one catches.
@@ -200,7 +168,6 @@ extern "C" PYXCORE_API bool catchesDoubled(void (*throwDoubledOf)(ZVariantAbi&))
 
 int main() {
     valuesCrossTheBoundary();
-    typesHaveNames();
     failuresComeBackAsTheSameExceptions();
     stringsCrossTheBoundary();
     handlesAreLentAndGiven();

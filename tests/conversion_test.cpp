@@ -1,17 +1,17 @@
-// The matrix of conversions against a model of its own, for every pair of element types in every mode.
-#include "conversion_model.h"
+// What is compiled for every element type, in more shapes than random operations come to: the matrix of conversions in
+// every mode, comparison by wide vectors, and reordering of large arrays.
 #include "convert/wide_vectors.h"
+#include "value_model.h"
 #include "values.h"
 
-#include <pyx/abi/rethrowAbiError.h>
 #include <pyx/pyx.h>
-#include <pyx/variant/ScalarVariantData.h>
-#include <pyx/variant/VectorVariantData.h>
+#include <pyx/variant/OwnedData.h>
+#include <pyx/variant/factories.h>
 
 #include <algorithm>
 #include <cmath>
 #include <cstring>
-#include <optional>
+#include <random>
 #include <utility>
 #include <vector>
 
@@ -24,7 +24,7 @@ using testing::PrintToString;
 constexpr auto modes = {ConversionMode::Exact, ConversionMode::Cast, ConversionMode::CastOrText,
                         static_cast<ConversionMode>(3)};
 
-// The default element comes first, then an ordinary one, and one that hardly any type takes in Exact last.
+// The default element comes first, then an ordinary one.
 std::vector<Sample> samplesOf(WellKnownType type) {
     std::vector<Sample> samples;
     const auto add = [&](Number number, const Bytes& bytes) {
@@ -56,205 +56,129 @@ std::vector<Sample> samplesOf(WellKnownType type) {
 // Which sample stands at each place of a data object.
 using Pattern = std::vector<std::size_t>;
 
-class Conversion : public testing::TestWithParam<WellKnownType> {
-protected:
-    struct Cell {
-        WellKnownType to;
-        ConversionMode mode;
-        std::vector<Converted> converted;  // each sample
-    };
-
-    Conversion() {
-        for (const WellKnownType to : elementTypes) {
-            for (const ConversionMode mode : modes) {
-                cells.push_back({to, mode, {}});
-                for (const Sample& sample : samples) {
-                    cells.back().converted.push_back(converted(from, to, sample, mode));
-                }
-            }
-        }
-    }
-
-    // A scalar, or an array, which is a column-major matrix where the number of elements is even.
-    OwnedData<> make(const Pattern& pattern, bool isScalar) const {
-        std::vector<std::string> texts;
-        Bytes bytes;
-        for (const std::size_t sample : pattern) {
-            texts.push_back(samples[sample].bytes);
-            bytes += samples[sample].bytes;
-        }
-        const void* const data = from == WellKnownType::string ? static_cast<void*>(texts.data()) : bytes.data();
-        const std::uint64_t count = pattern.size();
-        const bool isMatrix = count % 2 == 0;
-        const std::uint64_t lengths[] = {isMatrix ? 2 : count, count / 2};
-        return OwnedData<>(callFlat([&](AbiErrorRecord* record) {
-            return isScalar ? ZVariantData_C_API_constructScalar(record, data, from.code())
-                            : ZVariantData_C_API_constructArray(record, data, from.code(), count,
-                                                                {lengths, isMatrix ? 2U : 1U}, isMatrix ? 1 : 0);
-        }));
-    }
-
-    // `wanted` points to the bytes for each sample.
-    template <class Wanted>
-    static std::size_t firstDifference(const IVariantData& data, const Pattern& pattern, Wanted wanted) {
-        const bool isText = data.wellKnownDataType() == WellKnownType::string;
-        const auto* const texts = static_cast<const std::string*>(data.constStoredData());
-        const auto* stored = static_cast<const char*>(data.constStoredData());
-        for (std::size_t i = 0; i < pattern.size(); ++i) {
-            const Bytes& bytes = *wanted(pattern[i]);
-            if (isText ? texts[i] != bytes : std::memcmp(stored, bytes.data(), bytes.size()) != 0) {
-                return i;
-            }
-            stored += bytes.size();
-        }
-        return pattern.size();
-    }
-
-    // An object of the class that conversions make, with one reference.
-    static bool isNewResult(IVariantData* data, WellKnownType type, bool isScalar) {
-        return data->makeUnique() == data && dispatchElementType(type, [&](auto tag) {
-                   using T = typename decltype(tag)::type;
-                   return isScalar ? dynamic_cast<ScalarVariantDataRefCounted<T>*>(data) != nullptr
-                                   : dynamic_cast<VectorVariantData<T>*>(data) != nullptr;
-               });
-    }
-
-    void expectConversions(IVariantData& source, const Pattern& pattern) const {
-        for (const bool wide : {false, true}) {
-            allowWideVectors(wide);
-            expectConversionsOnTheseVectors(source, pattern);
-        }
-    }
-
-    void expectConversionsOnTheseVectors(IVariantData& source, const Pattern& pattern) const {
-        for (const Cell& cell : cells) {
-            const auto convertedAt = [&](std::size_t sample) -> const Converted& { return cell.converted[sample]; };
-            const bool accepted = pattern.empty() ? convertsEmptyArray(from, cell.to, cell.mode)
-                                                  : std::all_of(pattern.begin(), pattern.end(), convertedAt);
-            const OwnedData<> result(source.convertDataTo(cell.to, cell.mode));
-            const auto where = [&] {
-                return testing::Message()
-                       << "to " << cell.to << " in mode " << static_cast<int>(cell.mode) << ", wide vectors "
-                       << usesWideVectors() << ", samples " << PrintToString(pattern);
-            };
-            ASSERT_EQ(result != nullptr, accepted) << where();
-            if (accepted) {
-                ASSERT_TRUE(isNewResult(result.get(), cell.to, source.isScalarStorage())) << where();
-                ASSERT_TRUE(result->dimensions() == source.dimensions()) << where();
-                ASSERT_EQ(result->dataOrdering(), source.dataOrdering()) << where();
-                ASSERT_EQ(result->numberAllocatedElements(), pattern.size()) << where();
-                ASSERT_EQ(firstDifference(*result, pattern, convertedAt), pattern.size()) << where();
-            }
-        }
-        const auto sampleAt = [&](std::size_t sample) { return &samples[sample].bytes; };
-        ASSERT_EQ(firstDifference(source, pattern, sampleAt), pattern.size()) << "The source was written.";
-    }
-
-    const WellKnownType from = GetParam();
-    const std::vector<Sample> samples = samplesOf(from);
-    std::vector<Cell> cells;
+struct Source {
+    Pattern pattern;
+    OwnedData<> data;
 };
 
-INSTANTIATE_TEST_SUITE_P(From, Conversion, testing::ValuesIn(elementTypes), testing::PrintToStringParamName());
-
-TEST_P(Conversion, OfScalarsFollowsTheModel) {
-    for (std::size_t sample = 0; sample < samples.size() && !HasFatalFailure(); ++sample) {
-        const OwnedData<> counted = make({sample}, true);
-        expectConversions(*counted, {sample});
-        alignas(void*) std::byte room[40];
-        IVariantData* const inlined = dispatchElementType(from, [&](auto tag) -> IVariantData* {
-            using T = typename decltype(tag)::type;
-            return new (room) ScalarVariantDataNonCounted<T>(*static_cast<const T*>(counted->constStoredData()));
-        });
-        expectConversions(*inlined, {sample});
-        inlined->~IVariantData();
+// Whether each sample has become what is wanted of it.
+bool holds(const IVariantData& data, const Pattern& pattern, const std::vector<Converted>& wanted) {
+    const bool isText = data.wellKnownDataType() == WellKnownType::string;
+    const auto* const texts = static_cast<const std::string*>(data.constStoredData());
+    const auto* stored = static_cast<const char*>(data.constStoredData());
+    for (std::size_t i = 0; i < pattern.size(); ++i) {
+        const Bytes& bytes = *wanted[pattern[i]];
+        if (isText ? texts[i] != bytes : std::memcmp(stored, bytes.data(), bytes.size()) != 0) {
+            return false;
+        }
+        stored += bytes.size();
     }
+    return data.numberAllocatedElements() == pattern.size();
 }
 
-// Every sample at the ends and in the middle of runs that are as long as registers and blocks, or a little off.
-TEST_P(Conversion, OfArraysFollowsTheModel) {
-    for (const int number : {0, 1, 2, 3, 4, 5, 7, 8, 9, 15, 16, 17, 31, 32, 33, 63, 64, 65, 1023, 1024, 1025}) {
-        const auto length = static_cast<std::size_t>(number);
-        std::vector<Pattern> patterns(2, Pattern(length));
-        for (std::size_t i = 0; i < length; ++i) {
-            patterns[0][i] = i % samples.size();
-            patterns[1][i] = i % 2;
+struct Conversion : testing::TestWithParam<WellKnownType> {};
+INSTANTIATE_TEST_SUITE_P(From, Conversion, testing::ValuesIn(elementTypes), testing::PrintToStringParamName());
+
+TEST_P(Conversion, FollowsTheModel) {
+    const WellKnownType from = GetParam();
+    const std::vector<Sample> samples = samplesOf(from);
+    std::vector<Source> sources;
+    const auto add = [&](const Pattern& pattern, IVariantData* data) {
+        sources.push_back({pattern, OwnedData<>(data)});
+        for (std::size_t i = 0; i < pattern.size(); ++i) {
+            writeElement(from, data->mutableStoredData(), i, samples[pattern[i]].bytes);
         }
+    };
+    const auto addArray = [&](const Pattern& pattern) {
+        const std::uint64_t length = pattern.size();
+        add(pattern, constructDefaultArray(from, {&length, 1}, DataOrdering::RowMajor));
+    };
+    // As long as registers and blocks, or a little off.
+    for (const std::size_t length :
+         {0U, 1U, 2U, 3U, 4U, 5U, 7U, 8U, 9U, 15U, 16U, 17U, 31U, 32U, 33U, 63U, 64U, 65U, 1023U, 1024U, 1025U}) {
+        Pattern all(length), ordinary(length);
+        for (std::size_t i = 0; i < length; ++i) {
+            all[i] = i % samples.size();
+            ordinary[i] = i % 2;
+        }
+        addArray(all);
+        addArray(ordinary);
+        // Every sample at the ends and in the middle.
         const std::size_t places[] = {0, length / 2, length - 1};
-        for (std::size_t sample = 1; sample < samples.size() && length != 0; ++sample) {
+        for (std::size_t sample = 0; sample < samples.size() && length != 0; ++sample) {
             for (const std::size_t place : places) {
                 if (length < 100 || place == places[sample % 3]) {
-                    // Among empty texts nothing becomes a number, so every other run is of "1".
-                    patterns.push_back(Pattern(length, from == WellKnownType::string ? place % 2 : 0));
-                    patterns.back()[place] = sample;
+                    // Among empty texts nothing becomes a number, so every other array is of "1".
+                    Pattern one(length, from == WellKnownType::string ? place % 2 : 0);
+                    one[place] = sample;
+                    addArray(one);
                 }
             }
         }
-        for (const Pattern& pattern : patterns) {
-            expectConversions(*make(pattern, false), pattern);
-            if (HasFatalFailure()) {
-                return;
+    }
+    for (std::size_t sample = 0; sample < samples.size(); ++sample) {
+        add({sample}, constructDefaultScalar(from));
+    }
+    for (const WellKnownType to : elementTypes) {
+        for (const ConversionMode mode : modes) {
+            std::vector<Converted> wanted;
+            for (const Sample& sample : samples) {
+                wanted.push_back(converted(from, to, sample, mode));
+            }
+            for (const bool wide : {false, true}) {
+                allowWideVectors(wide);
+                for (const auto& [pattern, data] : sources) {
+                    const OwnedData<> result(data->convertDataTo(to, mode));
+                    const auto isAccepted = [&](std::size_t sample) { return wanted[sample].has_value(); };
+                    const bool accepted = pattern.empty() ? convertsEmptyArray(from, to, mode)
+                                                          : std::all_of(pattern.begin(), pattern.end(), isAccepted);
+                    ASSERT_TRUE(accepted ? result != nullptr && holds(*result, pattern, wanted) : result == nullptr)
+                        << "to " << to << " in mode " << static_cast<int>(mode) << ", wide vectors "
+                        << usesWideVectors() << ", samples " << PrintToString(pattern);
+                }
             }
         }
     }
-}
-
-TEST_P(Conversion, LeavesOutWhatTheShapeHides) {
-    const std::size_t last = samples.size() - 1;
-    const OwnedData<> array = make({0, 1, last, last}, false);
-    array->reshapeNoRealloc({2});
-    expectConversions(*array, {0, 1});
-}
-
-TEST_P(Conversion, RaisesForTargetsThatAreNoElementType) {
-    const OwnedData<> sources[] = {make({0}, true), make({0}, false), make({}, false)};
-    for (const ConversionMode mode : modes) {
-        for (const auto& source : sources) {
-            for (const unsigned code : {0x0020U, 0x8000U, 0x0003U, 0x4008U, 0x0000U}) {
-                const auto target = WellKnownType::fromCode(static_cast<std::uint16_t>(code));
-                const char* const text = (code & 0xF) != 0 ? "not a numeric type" : "unknown type";
-                EXPECT_RAISES(std::runtime_error, text, source->convertDataTo(target, mode));
-            }
-        }
-        // A null becomes an array without dimensions.
-        for (IVariantData* const null : {constructVariantNull(), ZVariantData_C_API_constructNull()}) {
-            const OwnedData<> empty(null->convertDataTo(from, mode));
-            EXPECT_TRUE(isNewResult(empty.get(), from, false) && empty->dimensions().empty());
-            EXPECT_EQ(null->convertDataTo(WellKnownType::unknown, mode), null);
-            EXPECT_THROW(null->convertDataTo(WellKnownType::customType, mode), std::runtime_error);
-        }
-    }
-}
-
-TEST(AdoptedVectorConversion, GivesDefaultElementsWhereTheVectorHasNone) {
-    std::vector<double> numbers{1, 2.5, 0, 0, 0, 0};
-    numbers.resize(2);
-    ZVariant value = ZVariant::fromVector(std::move(numbers));
-    EXPECT_EQ(PrintToString(value.convertTo(WellKnownType::int32)), "[1, 2]");
-    value.reshapeNoRealloc({4});
-    EXPECT_EQ(PrintToString(value), "[1, 2.5, 0, 0]");
-    EXPECT_EQ(PrintToString(value.convertTo(WellKnownType::int32)), "[1, 2, 0, 0]");
-    EXPECT_EQ(PrintToString(value.convertTo(WellKnownType::complexFloat)), "[(1,0), (2.5,0), (0,0), (0,0)]");
-    EXPECT_EQ(PrintToString(value.convertTo(WellKnownType::string, ConversionMode::CastOrText)),
-              "['1.0', '2.5', '', '']");
-    EXPECT_TRUE(value.convertTo(WellKnownType::int32, ConversionMode::Exact).isNull());
 }
 
 TEST(WideVectors, CompareAsAllOthers) {
-    const double nan = std::nan("");
     for (const bool wide : {false, true}) {
         allowWideVectors(wide);
         for (std::size_t position = 0; position < 77; ++position) {
-            std::vector<double> left(77, -0.0);
-            std::vector<double> right(77, 0.0);
-            const auto areEqual = [&] {
-                return ZVariant::fromData(left.data(), left.size()) == ZVariant::fromData(right.data(), right.size());
-            };
+            std::vector<double> left(77, -0.0), right(77, 0.0);
+            const auto areEqual = [&] { return ZVariant::fromData(left) == ZVariant::fromData(right); };
             EXPECT_TRUE(areEqual());
-            left[position] = right[position] = nan;
+            left[position] = right[position] = std::nan("");
             EXPECT_FALSE(areEqual()) << position;
             left[position] = 1;
             EXPECT_FALSE(areEqual()) << position;
+        }
+    }
+}
+
+TEST(Reorder, MovesEachElementOfLargeArrays) {
+    // Tiles and their edges, few rows and columns, and many dimensions.
+    const Shape shapes[] = {{65, 130}, {270, 290}, {3, 300},      {300, 3},         {2, 400},
+                            {400, 4},  {5, 200},   {4, 1, 5, 60}, {70, 2, 3, 2, 9}, Shape(12, 2)};
+    std::mt19937 random;
+    for (const WellKnownType type : elementTypes) {
+        for (const Shape& shape : shapes) {
+            for (const DataOrdering from : {DataOrdering::RowMajor, DataOrdering::ColumnMajor}) {
+                const OwnedData<> data(constructDefaultArray(type, shape, from));
+                Array array{type, shape, from, std::vector<Bytes>(data->numberAllocatedElements()), false};
+                for (std::size_t i = 0; i < array.elements.size(); ++i) {
+                    Bytes& element = array.elements[i];
+                    // Also of bool, every byte is an element; texts are short or need a buffer.
+                    element.resize(type == WellKnownType::string ? random() % 40 : sizeOfElement(type));
+                    std::generate(element.begin(), element.end(), [&] { return static_cast<char>(random()); });
+                    writeElement(type, data->mutableStoredData(), i, element);
+                }
+                const auto to = static_cast<DataOrdering>(from == DataOrdering::RowMajor);
+                const OwnedData<> reordered(data->reorderData(to));
+                const Array expected = reorderedArray(array, to);
+                ASSERT_TRUE(storesAll(reordered->constStoredData(), expected, expected.elements.size()))
+                    << type << PrintToString(shape) << static_cast<int>(from);
+            }
         }
     }
 }

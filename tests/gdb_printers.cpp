@@ -1,4 +1,6 @@
 // What gdb_printers.py looks at in gdb, which stops in `stopHere`.
+#include "client_storage.h"
+
 #include <pyx/pyx.h>
 
 #include <complex>
@@ -17,22 +19,19 @@ struct Sensor {
     }
 };
 
-struct OwnStorage final : ExternalVariantStorageInterface {
-    std::uint64_t numberAllocatedElements() const override { return 1; }
-    ArrayDimensionsView dimensions() const override { return {&length, 1}; }
-    DataOrdering dataOrdering() const override { return DataOrdering::RowMajor; }
-    WellKnownType wellKnownDataType() const override { return WellKnownType::int32; }
-    void reshapeNoRealloc(ArrayDimensionsView) override {}
-    const void* constStoredData() const override { return &element; }
-    void* mutableStoredData() override { return &element; }
-    void adaptorDestroyed() override {}
-
-    std::uint64_t length = 1;
-    int element = 0;
-};
-
 __attribute__((noinline)) void stopHere() {
     asm volatile("");
+}
+
+template <class T>
+T one() {
+    if constexpr (std::is_same_v<T, std::string>) {
+        return "one";
+    } else if constexpr (Internal::isNumericElement<T>) {
+        return T(1);
+    } else {
+        return T(1, 2);
+    }
 }
 
 struct Forms {
@@ -44,24 +43,11 @@ struct Forms {
 // A scalar of 1, twice, and an array of 1 and 0 of each element type.
 template <class... Ts>
 auto valuesOf(Internal::TypeList<Ts...>) {
-    const auto one = [](auto tag) {
-        using T = typename decltype(tag)::type;
-        if constexpr (std::is_same_v<T, std::string>) {
-            return T("one");
-        } else if constexpr (std::is_same_v<T, Duration> || std::is_same_v<T, TimePoint>) {
-            return T(1, 2);
-        } else {
-            return T(1);
-        }
-    };
-    return std::vector<Forms>{{one(Internal::ElementTag<Ts>{}), one(Internal::ElementTag<Ts>{}),
-                               ZVariantAbi::fromData({one(Internal::ElementTag<Ts>{}), Ts{}})}...};
+    return std::vector<Forms>{{one<Ts>(), one<Ts>(), ZVariantAbi::fromData({one<Ts>(), Ts{}})}...};
 }
 
 int main() {
     const ZVariant null;
-    const ZVariant inlineScalar = 42;
-    const ZVariantAbi countedScalar = 0.5;
     const ZVariant grid = ZVariant::fromData({1., 2., 3., 4., 5., 6.}, {2, 3});
     const ZVariant columns = grid.reordered(DataOrdering::ColumnMajor);
     const ZVariant adopted = ZVariant::fromVector(std::vector<short>{-1, 7});
@@ -77,7 +63,7 @@ int main() {
     ExternalBuffer<Complex<signed char>, ZVariantAbi> shortLived({8, 9}, {1, 2});
     const ZVariantAbi snapshot = shortLived.value();
     shortLived.detach();
-    OwnStorage storage;
+    ClientStorage storage({WellKnownType::int32, {1}, DataOrdering::RowMajor, {Bytes(4, 0)}, false});
     const ZVariant foreign = ZVariant::fromExternal(storage);
 
     const PropertyNode tree =
@@ -90,7 +76,7 @@ int main() {
     [[maybe_unused]] const WellKnownType type = WellKnownType::complexInt16;
     ZVariant source = grid;
     const ZVariant target = std::move(source);
-    [[maybe_unused]] const ArrayDimensionsView shape = target.dimensions();
+    [[maybe_unused]] const ArrayDimensionsView shape = grid.dimensions();
 
     stopHere();
 }

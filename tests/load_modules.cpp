@@ -9,14 +9,16 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <string>
 #include <vector>
 
 namespace {
 
 struct Module {
     const char* path;
-    void* handle;
+    void* handle = dlopen(path, RTLD_NOW | RTLD_GLOBAL);
+    // A value and a failure that it has made.
+    PyxVariantData* names = nullptr;
+    AbiErrorRecord failure{};
 
     template <class Function>
     Function* find(const char* name) const {
@@ -37,35 +39,12 @@ void check(const Module& module) {
     require(checkClient != nullptr && checkClient() == 0, "fails beside the others", module);
 }
 
-// A value and a failure that a module has made.
-struct Given {
-    PyxVariantData* names = nullptr;
-    AbiErrorRecord failure{};
-};
-
-using TakeNames = void(AbiErrorRecord*, PyxVariantData*);
-
-// Nothing from a module of the first release, which has no functions for that.
-Given give(const Module& from) {
-    Given given;
-    if (auto* const giveNames = from.find<PyxVariantData*(AbiErrorRecord*)>("giveNames")) {
-        given.names = giveNames(&given.failure);
-        require(given.failure.kind == nullptr && given.names != nullptr, "gives nothing", from);
-        from.find<TakeNames>("takeNames")(&given.failure, ZVariantData_C_API_constructNull());
+// A module of the first release has no functions for this.
+void giveAndTake(const Module& from, const Module& to) {
+    auto* const take = to.find<bool(const AbiErrorRecord*, PyxVariantData*)>("takeFromModule");
+    if (from.names != nullptr && take != nullptr) {
+        require(take(&from.failure, from.names), "does not take what another module gives", to);
     }
-    return given;
-}
-
-void take(const Module& to, const Given& given) {
-    auto* const takeNames = to.find<TakeNames>("takeNames");
-    if (given.names == nullptr || takeNames == nullptr) {
-        return;
-    }
-    AbiErrorRecord record;
-    takeNames(&record, given.names);
-    require(record.kind == nullptr, record.message, to);
-    auto* const isLengthError = to.find<bool(const AbiErrorRecord*, const char*)>("isLengthError");
-    require(isLengthError(&given.failure, "null"), "does not catch the failure of another module", to);
 }
 
 // Modules of one kind pass values by reference and catch each other's exceptions by their class.
@@ -81,18 +60,16 @@ void shareClasses(const Module& left, const Module& right) {
 void useTogether(const std::vector<const char*>& paths) {
     std::vector<Module> modules;
     for (const char* const path : paths) {
-        modules.push_back({path, dlopen(path, RTLD_NOW | RTLD_GLOBAL)});
-        if (modules.back().handle == nullptr) {
-            std::fprintf(stderr, "%s\n", dlerror());
-            std::_Exit(1);
-        }
+        modules.push_back({path});
+        require(modules.back().handle != nullptr, "is not loaded", modules.back());
     }
-    std::vector<Given> given;
-    for (const Module& module : modules) {
+    for (Module& module : modules) {
         check(module);
-        given.push_back(give(module));
+        if (auto* const give = module.find<PyxVariantData*(AbiErrorRecord*)>("giveToModule")) {
+            module.names = give(&module.failure);
+        }
         for (const Module& other : modules) {
-            take(other, given.back());
+            giveAndTake(module, other);
             shareClasses(module, other);
         }
     }
@@ -100,11 +77,11 @@ void useTogether(const std::vector<const char*>& paths) {
     dlclose(modules.front().handle);
     for (auto module = modules.begin() + 1; module != modules.end(); ++module) {
         check(*module);
-        take(*module, given.front());
+        giveAndTake(modules.front(), *module);
     }
-    for (const Given& each : given) {
+    for (const Module& module : modules) {
         AbiErrorRecord record;
-        ZVariantData_C_API_destruct(&record, each.names);
+        ZVariantData_C_API_destruct(&record, module.names);
     }
 }
 

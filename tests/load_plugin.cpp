@@ -1,5 +1,6 @@
-// Loads a client's module, which brings the library along, uses it and unloads both, many times. Then leaves both
-// loaded when the process ends, with objects of the module that end after all static objects of the library.
+// Loads a client's module, which brings the library along, uses it and unloads both, many times: neither may stay. Then
+// leaves both loaded when the process ends, with an object of the module that ends after all static objects of the
+// library. Arguments: the module, the library, how many times to unload them.
 #include <dlfcn.h>
 
 #include <cstdio>
@@ -18,38 +19,28 @@ struct Kept {
     }
 } kept;
 
-template <class Function>
-Function find(void* module, const char* name) {
-    return reinterpret_cast<Function>(dlsym(module, name));
-}
-
-bool isLoaded(const char* module) {
-    return dlopen(module, RTLD_NOW | RTLD_NOLOAD) != nullptr;
+void require(bool holds, const char* what, int round) {
+    if (!holds) {
+        std::fprintf(stderr, "%s in round %d\n", what, round);
+        std::_Exit(1);
+    }
 }
 
 }  // namespace
 
-// Takes the paths of the module and of the library, and how many times to unload them.
 int main(int, char** arguments) {
     const int rounds = std::atoi(arguments[3]);
     for (int round = 0; round <= rounds; ++round) {
         void* const plugin = dlopen(arguments[1], RTLD_NOW | RTLD_LOCAL);
-        if (plugin == nullptr) {
-            return std::fprintf(stderr, "%s\n", dlerror()), 1;
-        }
-        const auto use = find<int (*)()>(plugin, "usePlugin");
-        const auto makeHolder = find<void* (*)(void (**)(void*))>(plugin, "makeHolder");
-        if (use() != 3) {
-            return std::fprintf(stderr, "the module gives another result in round %d\n", round), 1;
-        }
-        kept.object = makeHolder(&kept.end);
+        require(plugin != nullptr, "nothing is loaded", round);
+        require(reinterpret_cast<int (*)()>(dlsym(plugin, "usePlugin"))() == 3, "another result", round);
+        kept.object = reinterpret_cast<void* (*)(void (**)(void*))>(dlsym(plugin, "makeHolder"))(&kept.end);
         if (round == rounds) {
             break;
         }
         kept.end(kept.object);
         dlclose(plugin);
-        if (isLoaded(arguments[1]) || isLoaded(arguments[2])) {
-            return std::fprintf(stderr, "something is still loaded after round %d\n", round), 1;
-        }
+        require(dlopen(arguments[1], RTLD_NOW | RTLD_NOLOAD) == nullptr, "the module stays", round);
+        require(dlopen(arguments[2], RTLD_NOW | RTLD_NOLOAD) == nullptr, "the library stays", round);
     }
 }

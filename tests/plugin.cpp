@@ -2,6 +2,7 @@
 #include <pyx/pyx.h>
 
 #include <cstdlib>
+#include <stdexcept>
 #include <string>
 
 using namespace Quorvane::Pyx;
@@ -24,6 +25,12 @@ const CustomTypeRegistration<Reading> registration(
 
 const std::string longText = "a text that needs a buffer of its own";
 
+void require(bool holds) {
+    if (!holds) {
+        std::abort();
+    }
+}
+
 // Values and trees, which are still used when they end.
 struct Holder {
     ZVariant null;
@@ -36,35 +43,32 @@ struct Holder {
     FPropertyNode frozen{tree};
     PropertyPath path{"list", 2};
 
-    bool isWhole() const {
-        return null.isNull() && sharableNull.isNull() && text == texts.slice({0}).element({0}) &&
-               tree.at(path).value() == numbers && frozen.at(path).value() == numbers &&
-               readings.elementAt<Reading>(1).value == 2;
-    }
     ~Holder() {
-        if (!isWhole()) {
-            std::abort();
-        }
+        require(null.isNull() && sharableNull.isNull() && text == texts.slice({0}).element({0}));
+        require(tree.at(path).value() == numbers && frozen.at(path).value() == numbers);
+        require(readings.elementAt<Reading>(1).value == 2);
     }
 };
 
 // Interns and decodes while the module goes.
 struct LateHolder : Holder {
     ~LateHolder() {
-        const bool isKnown = decodeCustomType(encodeCustomType(readings)) == readings;
-        if (!isKnown || earlyKey != InternedString(earlyKey.view())) {
-            std::abort();
-        }
+        require(decodeCustomType(encodeCustomType(readings)) == readings);
+        require(earlyKey == InternedString(earlyKey.view()));
     }
 } lateHolder;
 
 }  // namespace
 
 extern "C" PYXCORE_API int usePlugin() {
-    const ZVariant& readings = lateHolder.readings;
-    const FPropertyNode frozen(encodeCustomType(readings).values);
-    const ZVariant again = decodeCustomType(encodeCustomType(readings));
-    return frozen.at({1, earlyKey}).value().as<int>() + static_cast<int>(again.elementAt<Reading>(0).value);
+    try {
+        (void)lateHolder.texts.convertTo(WellKnownType::customType);
+    } catch (const std::runtime_error&) {
+        const EncodedCustomTypeValues encoded = encodeCustomType(lateHolder.readings);
+        return FPropertyNode(encoded.values).at({1, earlyKey}).value().as<int>() +
+               static_cast<int>(decodeCustomType(encoded).elementAt<Reading>(0).value);
+    }
+    return 0;
 }
 
 // Gives what the caller is to end in his turn, and how.
