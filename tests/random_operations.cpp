@@ -80,7 +80,6 @@ private:
             });
         });
         if (kind == nullptr) {
-            require(held.object->isNull() || held.object->isInline || unique != nullptr);
             unique->array.elements[position] = element;
             held.object = std::move(unique);
             check(held);
