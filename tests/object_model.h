@@ -60,13 +60,13 @@ inline Owned makeObject(Array array) {
 }
 
 // Whether conversion gives something else than the elements that are shown: that of a view converts the data in their
-// own shape, with what the view hides.
+// own shape, with what the view hides, and with what their shape promises.
 inline bool convertsMore(const Object& object) {
     if (object.viewed == nullptr) {
         return false;
     }
     const Array data = object.viewed->read();
-    return data.shape.empty() || object.read().elements.size() > object.array.shown() ||
+    return data.shape.empty() || data.promisesMore() || object.read().elements.size() > object.array.shown() ||
            object.array.shape != shapeOfView(data.shape, data.ordering, object.isComplexView) ||
            convertsMore(*object.viewed);
 }

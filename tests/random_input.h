@@ -12,6 +12,7 @@
 #include <cstring>
 #include <iterator>
 #include <string>
+#include <vector>
 
 namespace Quorvane::Pyx {
 
@@ -42,11 +43,13 @@ namespace Quorvane::Pyx {
 inline void tellRunningInputAtDeath(const char* command, const char* way) {
     commandOfInput = command;
     wayOfInput = way;
+    std::vector<int> signals{SIGABRT};
     if (__sanitizer_set_death_callback != nullptr) {
         __sanitizer_set_death_callback(tellRunningInput);
-        return;
+    } else {
+        signals.insert(signals.end(), {SIGFPE, SIGSEGV});
     }
-    for (const int signal : {SIGABRT, SIGFPE, SIGSEGV}) {
+    for (const int signal : signals) {
         std::signal(signal, [](int caught) {
             tellRunningInput();
             std::signal(caught, SIG_DFL);

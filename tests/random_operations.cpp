@@ -534,7 +534,8 @@ void runOnThreads(const std::vector<Input>& inputs) {
 }  // namespace
 
 void runOperations(Input input, Calls calls) {
-    const int roundingModes[] = {FE_TONEAREST, FE_UPWARD, FE_DOWNWARD, FE_TOWARDZERO};
+    // Not downward: what clang++ makes of a cast from unsigned 64 bits to double gives -0.0 for 0 then.
+    const int roundingModes[] = {FE_TONEAREST, FE_UPWARD, FE_TOWARDZERO};
     std::fesetround(input.oneIn(4) ? input.pick(roundingModes) : FE_TONEAREST);
     if (input.below(2) == 0) {
         runOn<ZVariant>(input, calls);

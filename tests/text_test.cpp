@@ -33,8 +33,9 @@ void expectConversionByStream() {
             using T = typename decltype(tag)::type;
             if constexpr (isRealElement<T>) {
                 using Limits = std::numeric_limits<T>;
-                for (const T number : {T(65), Limits::max(), Limits::min(), Limits::lowest(), Limits::denorm_min(),
-                                       Limits::infinity(), T(1234567), T(0.1), T(1e15), T(1e16)}) {
+                for (const T number :
+                     {T(65), Limits::max(), Limits::min(), Limits::lowest(), Limits::denorm_min(), Limits::infinity(),
+                      T(1234567), T(0.1), T(1000000000000000), T(10000000000000000)}) {
                     EXPECT_EQ(textOf(number), textByStream(number));
                 }
             }
