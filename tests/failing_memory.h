@@ -61,6 +61,14 @@ inline void release(void* memory) noexcept {
 
 }  // namespace FailingMemory
 
+// ThreadSanitizer brings operators of its own, beside which a program can have no others: no allocation fails then.
+#if defined(__has_feature)
+#define PYXCORE_HAS_OPERATORS_OF_A_SANITIZER __has_feature(thread_sanitizer)
+#else
+#define PYXCORE_HAS_OPERATORS_OF_A_SANITIZER 0
+#endif
+
+#if !PYXCORE_HAS_OPERATORS_OF_A_SANITIZER
 // All forms but those for arrays, which lead here, or to a sanitizer's own ones in pairs.
 void* operator new(std::size_t size) {
     return FailingMemory::require(FailingMemory::allocate(size));
@@ -83,3 +91,4 @@ void operator delete(void* memory, std::align_val_t) noexcept {
 void operator delete(void* memory, std::size_t, std::align_val_t) noexcept {
     FailingMemory::release(memory);
 }
+#endif
