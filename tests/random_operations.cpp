@@ -294,7 +294,8 @@ private:
         const Array array = held.object->read();
         std::string wanted;
         const char* const kind = failureOf([&] { wanted = printedArray(array); });
-        // A storage keeps the memory of a refused conversion. And what is printed is converted before.
+        // A storage keeps the memory of a refused conversion, and printing converts, so a view may print more than it
+        // has.
         if ((kind != nullptr && held.object->leadsToStorage()) || convertsMore(*held.object)) {
             return;
         }
