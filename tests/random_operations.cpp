@@ -74,7 +74,7 @@ private:
         perform(kind, {&held}, [&] {
             Internal::dispatchElementType(array.type, [&](auto tag) {
                 using T = typename decltype(tag)::type;
-                // A copy that fails has not changed the element, but may have made the value unique.
+                // Copied first: a copy that fails later would leave the value unique.
                 T copy(*static_cast<const T*>(native.data()));
                 held.value.template mutableElementAt<T>(position) = std::move(copy);
             });

@@ -47,8 +47,8 @@ PYXCORE_LOCAL inline void rethrowAbiError(const AbiErrorRecord& record) {
     throw std::runtime_error("Unrecognized exception type");
 }
 
-// Calls a function of flat form, be it one of another module: hands it a record in front of the arguments, rethrows
-// what it recorded, and otherwise returns its result.
+// Calls a flat function, of the library or of another module, with a record in front of the arguments. Rethrows the
+// failure that it recorded, and otherwise returns its result.
 template <class Function, class... Arguments>
 PYXCORE_LOCAL PYXCORE_CALLS_OTHER_MODULES auto callFlat(Function&& function, Arguments... arguments) {
     AbiErrorRecord record;

@@ -120,7 +120,7 @@ class PropertyNode {
 public:
     PropertyNode() = default;
     PropertyNode(const PropertyNode&) = default;
-    // Moves no content where there is none: g++ 12 warns, wrongly, of what a temporary null would move.
+    // A null is not moved: g++ 12 warns, wrongly, that the content of a temporary null is uninitialised.
     PropertyNode(PropertyNode&& other) noexcept {
         if (!other.isNull()) {
             content_ = std::move(other.content_);

@@ -71,7 +71,7 @@ inline void flattenInto(FlatTree& flat, const std::string& path, const PropertyN
     }
 }
 
-// Reads a path from the front. What is no path is read as some other one.
+// Reads a path from the front. A malformed path is read as another one, which unflatten notices.
 class FlatPath {
 public:
     explicit FlatPath(std::string_view path) : path_(path), rest_(path) {}
@@ -170,7 +170,7 @@ private:
             node = PropertyMap();
         }
     }
-    // What is no path, contradicts another one or is not in order has given a tree of other paths.
+    // A path that is malformed, contradicts another one or is out of order has given a tree with other paths.
     const std::vector<std::string> paths = flatten(root).paths;
     const auto wrong = std::mismatch(flat.paths.begin(), flat.paths.end(), paths.begin(), paths.end()).first;
     if (wrong != flat.paths.end()) {

@@ -11,8 +11,8 @@
 #define PYXCORE_LOCAL
 #endif
 
-/* For what calls flat functions through pointers: their types name the opaque classes, whose namespace differs between
- * the kinds of modules below, and a sanitizer of clang++ takes that for another function type. */
+/* For functions that call flat functions through pointers. The type of such a pointer names the opaque classes, whose
+ * namespace differs between the kinds of modules below: clang++'s sanitizer takes it for another function type. */
 #if defined(__clang__)
 #define PYXCORE_CALLS_OTHER_MODULES __attribute__((no_sanitize("function")))
 #else
